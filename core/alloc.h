@@ -8,6 +8,8 @@
 // Use the macros; each source file declares its module tag once:
 //   namespace { constexpr char kModule[] = "movie_func"; }
 //   if (!PFX_CALLOC(obj->Node_Pt, n, 96)) return t.silent(0);
+// The block is sized by the pointer's type (n * sizeof(Movie_Node)); 96 is
+// only the element size the memory-error line reports.
 // On failure the pointer is left as it was (a failed grow keeps the old
 // block), the line is sent, and the macro yields false.
 #pragma once
@@ -43,16 +45,30 @@ void advise_huge(void* p, size_t bytes);
 void alloc_fail_at(long n);
 long alloc_calls();
 
-// Checked forms behind the macros. count and size are the reported
-// dimensions; a product that overflows size_t is a failure too.
+// Checked forms behind the macros. The block holds count elements of the
+// pointer's own type (sizeof(T) each); count and size are what the
+// memory-error line reports, size being the record's nominal size (96 for a
+// node, 120 for a polygon, 288 for a header, 4 for an int). A negative count
+// or a byte count that overflows size_t is a failure too.
+template <class T>
+constexpr size_t elem_size()
+{
+    return sizeof(T);
+}
+
+inline bool bytes_for(long long count, size_t elem, size_t* bytes)
+{
+    if (count < 0) return false;
+    if (elem && static_cast<unsigned long long>(count) > SIZE_MAX / elem) return false;
+    *bytes = static_cast<size_t>(count) * elem;
+    return true;
+}
 template <class T>
 bool checked_malloc(T*& p, long long count, long long size, int line, const char* module,
                     const char* var)
 {
-    void* q = nullptr;
-    if (count >= 0 && size >= 0 && (size == 0 || static_cast<unsigned long long>(count) <=
-                                                     SIZE_MAX / static_cast<size_t>(size)))
-        q = raw_malloc(static_cast<size_t>(count) * static_cast<size_t>(size));
+    size_t bytes = 0;
+    void* q = bytes_for(count, elem_size<T>(), &bytes) ? raw_malloc(bytes) : nullptr;
     if (!q) {
         report_memory_error(line, module, AllocKind::Malloc, var, count, size);
         return false;
@@ -65,9 +81,10 @@ template <class T>
 bool checked_calloc(T*& p, long long count, long long size, int line, const char* module,
                     const char* var)
 {
-    void* q = nullptr;
-    if (count >= 0 && size >= 0)
-        q = raw_calloc(static_cast<size_t>(count), static_cast<size_t>(size));
+    size_t bytes = 0;
+    void* q = bytes_for(count, elem_size<T>(), &bytes)
+                  ? raw_calloc(static_cast<size_t>(count), elem_size<T>())
+                  : nullptr;
     if (!q) {
         report_memory_error(line, module, AllocKind::Calloc, var, count, size);
         return false;
@@ -80,10 +97,8 @@ template <class T>
 bool checked_realloc(T*& p, long long count, long long size, int line, const char* module,
                      const char* var)
 {
-    void* q = nullptr;
-    if (count >= 0 && size >= 0 && (size == 0 || static_cast<unsigned long long>(count) <=
-                                                     SIZE_MAX / static_cast<size_t>(size)))
-        q = raw_realloc(p, static_cast<size_t>(count) * static_cast<size_t>(size));
+    size_t bytes = 0;
+    void* q = bytes_for(count, elem_size<T>(), &bytes) ? raw_realloc(p, bytes) : nullptr;
     if (!q) {
         report_memory_error(line, module, AllocKind::Realloc, var, count, size);
         return false;

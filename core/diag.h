@@ -51,8 +51,13 @@ public:
         closed_ = true;
         return result;
     }
-    // A "-> ..." note between entry and exit, with the style's flag.
-    void note(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    // A "-> ..." note between entry and exit, with the style's flag (narrow
+    // or wide format, Tarnwick's printf rules).
+    template <class Ch, class... A>
+    void note(const Ch* format, A... args)
+    {
+        Error_Fct(hwnd, style_.flag, format, args...);
+    }
 
 private:
     void exit_line(const char* reason);
@@ -67,8 +72,12 @@ private:
 // "! GEOM_POLY", "! GEOM_LINE", "! GEOM_POINT".
 const char* refuse_reason(const Movie_Objs* obj, unsigned int geometry_bit);
 
-// One MSG_USER line (wide format, Tarnwick's printf rules).
-void user_line(const wchar_t* format, ...);
+// One MSG_USER line (Tarnwick's printf rules).
+template <class Ch, class... A>
+void user_line(const Ch* format, A... args)
+{
+    Error_Fct(hwnd, MSG_USER, format, args...);
+}
 
 // Copies Error_Perror(err) into Kren_Err_Str, within its capacity.
 void copy_errno_text(int err);
