@@ -99,15 +99,14 @@ PFX_API Movie_Objs* Movie_Merge(Movie_Objs* a, Movie_Objs* b)
     std::memcpy(new_node, a->Node_Pt, sizeof(Movie_Node) * static_cast<size_t>(a_nodes));
     std::memcpy(new_node + a_nodes, b->Node_Pt, sizeof(Movie_Node) * static_cast<size_t>(b->Node_Nb));
 
-    // note: B's link lists move with its nodes, their entries raised by A's
-    // former polygon count, and B's records forget them at once: whatever
-    // happens next, no list is owned twice (freeing both objects after a
-    // failed polygon step must not free a list twice).
+    // note: B's link lists are kept: they move to the merged nodes, their
+    // entries raised by A's former polygon count, but only once the polygon
+    // step has succeeded. Until then the copies hold no list and B keeps
+    // owning its own, so a host that frees both objects after a failure
+    // frees every list exactly once.
     for (int i = 0; i < b->Node_Nb; ++i) {
-        Movie_Node& moved = new_node[a_nodes + i];
-        for (int k = 0; k < moved.Poly_Id_Nb; ++k) moved.Poly_Id[k] += a_polys;
-        b->Node_Pt[i].Poly_Id = nullptr;
-        b->Node_Pt[i].Poly_Id_Nb = 0;
+        new_node[a_nodes + i].Poly_Id = nullptr;
+        new_node[a_nodes + i].Poly_Id_Nb = 0;
     }
 
     for (int p = 0; p < b->Poly_Nb; ++p) {
@@ -125,6 +124,16 @@ PFX_API Movie_Objs* Movie_Merge(Movie_Objs* a, Movie_Objs* b)
         if (!PFX_REALLOC(a->Poly_Pt, total_polys, 120)) return nullptr;
         if (b->Poly_Nb > 0)
             std::memcpy(a->Poly_Pt + a_polys, b->Poly_Pt, sizeof(Movie_Poly) * static_cast<size_t>(b->Poly_Nb));
+    }
+
+    for (int i = 0; i < b->Node_Nb; ++i) {
+        Movie_Node& from = b->Node_Pt[i];
+        Movie_Node& to = a->Node_Pt[a_nodes + i];
+        to.Poly_Id = from.Poly_Id;
+        to.Poly_Id_Nb = from.Poly_Id_Nb;
+        for (int k = 0; k < to.Poly_Id_Nb; ++k) to.Poly_Id[k] += a_polys;
+        from.Poly_Id = nullptr;
+        from.Poly_Id_Nb = 0;
     }
 
     a->Node_Nb = total_nodes;

@@ -167,7 +167,8 @@ TEST_F(Bookkeeping, MergeReportsEachMemoryFailureAndLeavesNothingOwnedTwice)
             EXPECT_EQ(a->Poly_Nb, 1);
             EXPECT_EQ(a->Node_Nb, 3);
             EXPECT_EQ(b->Poly_Pt[0].Node_Id[0], 3);
-            EXPECT_EQ(b->Node_Pt[1].Poly_Id, nullptr);
+            EXPECT_EQ(b->Node_Pt[1].Poly_Id_Nb, 1); // B still owns its links
+            EXPECT_EQ(a->Node_Pt[4].Poly_Id, nullptr);
         }
         // Whatever happened, the host frees both: nothing twice, nothing lost.
         free_object(a);
