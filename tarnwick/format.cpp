@@ -31,7 +31,7 @@ private:
     locale_t old_;
 };
 
-struct Spec {
+struct Conversion {
     bool left = false;
     std::string flags;
     int width = -1;
@@ -43,12 +43,12 @@ struct Spec {
 inline void append_literal(std::wstring& out, const char* s, size_t n) { append_utf8_as_wide(out, s, n); }
 inline void append_literal(std::wstring& out, const wchar_t* s, size_t n) { out.append(s, n); }
 
-void pad_and_append(std::wstring& out, const std::wstring& field, const Spec& spec)
+void pad_and_append(std::wstring& out, const std::wstring& field, const Conversion& cv)
 {
-    size_t w = spec.width > 0 ? static_cast<size_t>(spec.width) : 0;
+    size_t w = cv.width > 0 ? static_cast<size_t>(cv.width) : 0;
     if (field.size() >= w) {
         out += field;
-    } else if (spec.left) {
+    } else if (cv.left) {
         out += field;
         out.append(w - field.size(), L' ');
     } else {
@@ -57,7 +57,7 @@ void pad_and_append(std::wstring& out, const std::wstring& field, const Spec& sp
     }
 }
 
-void append_string(std::wstring& out, const Spec& spec, bool wide, const void* p)
+void append_string(std::wstring& out, const Conversion& cv, bool wide, const void* p)
 {
     std::wstring field;
     if (!p) {
@@ -68,31 +68,31 @@ void append_string(std::wstring& out, const Spec& spec, bool wide, const void* p
         const char* s = static_cast<const char*>(p);
         append_utf8_as_wide(field, s, std::strlen(s));
     }
-    if (spec.precision >= 0 && field.size() > static_cast<size_t>(spec.precision))
-        field.resize(static_cast<size_t>(spec.precision));
-    pad_and_append(out, field, spec);
+    if (cv.precision >= 0 && field.size() > static_cast<size_t>(cv.precision))
+        field.resize(static_cast<size_t>(cv.precision));
+    pad_and_append(out, field, cv);
 }
 
 // Formats one numeric conversion with the C library and widens it (the
 // result is ASCII).
 template <class T>
-void append_number(std::wstring& out, const Spec& spec, const char* length_text, T value)
+void append_number(std::wstring& out, const Conversion& cv, const char* length_text, T value)
 {
     // The conversion rebuilt with every '*' resolved: at most a few dozen bytes.
     char f[64];
     size_t k = 0;
     f[k++] = '%';
-    for (char c : spec.flags)
+    for (char c : cv.flags)
         if (k < 8) f[k++] = c;
-    if (spec.left) f[k++] = '-';
-    int wp = std::snprintf(f + k, sizeof f - k, spec.width >= 0 ? "%d" : "", spec.width);
+    if (cv.left) f[k++] = '-';
+    int wp = std::snprintf(f + k, sizeof f - k, cv.width >= 0 ? "%d" : "", cv.width);
     k += static_cast<size_t>(wp > 0 ? wp : 0);
-    if (spec.precision >= 0) {
-        wp = std::snprintf(f + k, sizeof f - k, ".%d", spec.precision);
+    if (cv.precision >= 0) {
+        wp = std::snprintf(f + k, sizeof f - k, ".%d", cv.precision);
         k += static_cast<size_t>(wp > 0 ? wp : 0);
     }
     for (const char* l = length_text; *l && k + 2 < sizeof f; ++l) f[k++] = *l;
-    f[k++] = spec.conv;
+    f[k++] = cv.conv;
     f[k] = 0;
     char small[128];
     int n;
@@ -131,57 +131,57 @@ std::wstring vformat_impl(const Ch* fmt, va_list ap)
             ++p;
             continue;
         }
-        Spec spec;
+        Conversion cv;
         for (;; ++p) {
-            if (*p == Ch('-')) spec.left = true;
+            if (*p == Ch('-')) cv.left = true;
             else if (*p == Ch('+') || *p == Ch(' ') || *p == Ch('#') || *p == Ch('0'))
-                spec.flags.push_back(static_cast<char>(*p));
+                cv.flags.push_back(static_cast<char>(*p));
             else break;
         }
         if (*p == Ch('*')) {
-            spec.width = va_arg(ap, int);
-            if (spec.width < 0) {
-                spec.left = true;
-                spec.width = -spec.width;
+            cv.width = va_arg(ap, int);
+            if (cv.width < 0) {
+                cv.left = true;
+                cv.width = -cv.width;
             }
             ++p;
         } else if (*p >= Ch('0') && *p <= Ch('9')) {
-            spec.width = 0;
-            while (*p >= Ch('0') && *p <= Ch('9')) spec.width = spec.width * 10 + (*p++ - Ch('0'));
+            cv.width = 0;
+            while (*p >= Ch('0') && *p <= Ch('9')) cv.width = cv.width * 10 + (*p++ - Ch('0'));
         }
         if (*p == Ch('.')) {
             ++p;
-            spec.precision = 0;
+            cv.precision = 0;
             if (*p == Ch('*')) {
-                spec.precision = va_arg(ap, int);
+                cv.precision = va_arg(ap, int);
                 ++p;
             } else {
-                while (*p >= Ch('0') && *p <= Ch('9')) spec.precision = spec.precision * 10 + (*p++ - Ch('0'));
+                while (*p >= Ch('0') && *p <= Ch('9')) cv.precision = cv.precision * 10 + (*p++ - Ch('0'));
             }
         }
         if (*p == Ch('h')) {
             ++p;
-            spec.length = 'h';
-            if (*p == Ch('h')) { spec.length = 'H'; ++p; }
+            cv.length = 'h';
+            if (*p == Ch('h')) { cv.length = 'H'; ++p; }
         } else if (*p == Ch('l')) {
             ++p;
-            spec.length = 'l';
-            if (*p == Ch('l')) { spec.length = 'L'; ++p; }
+            cv.length = 'l';
+            if (*p == Ch('l')) { cv.length = 'L'; ++p; }
         } else if (*p == Ch('z') || *p == Ch('j') || *p == Ch('t')) {
-            spec.length = static_cast<char>(*p++);
+            cv.length = static_cast<char>(*p++);
         } else if (*p == Ch('L') || *p == Ch('q')) {
-            spec.length = 'D';
+            cv.length = 'D';
             ++p;
         } else if (*p == Ch('I') && p[1] == Ch('6') && p[2] == Ch('4')) {
-            spec.length = 'L';
+            cv.length = 'L';
             p += 3;
         }
         if (!*p) break;
-        spec.conv = static_cast<char>(*p++);
-        switch (spec.conv) {
+        cv.conv = static_cast<char>(*p++);
+        switch (cv.conv) {
         case 'd': case 'i': {
             long long v;
-            switch (spec.length) {
+            switch (cv.length) {
             case 'H': v = static_cast<signed char>(va_arg(ap, int)); break;
             case 'h': v = static_cast<short>(va_arg(ap, int)); break;
             case 'l': v = va_arg(ap, long); break;
@@ -191,12 +191,12 @@ std::wstring vformat_impl(const Ch* fmt, va_list ap)
             case 't': v = va_arg(ap, ptrdiff_t); break;
             default: v = va_arg(ap, int); break;
             }
-            append_number(out, spec, "ll", v);
+            append_number(out, cv, "ll", v);
             break;
         }
         case 'u': case 'x': case 'X': case 'o': {
             unsigned long long v;
-            switch (spec.length) {
+            switch (cv.length) {
             case 'H': v = static_cast<unsigned char>(va_arg(ap, unsigned)); break;
             case 'h': v = static_cast<unsigned short>(va_arg(ap, unsigned)); break;
             case 'l': v = va_arg(ap, unsigned long); break;
@@ -206,28 +206,28 @@ std::wstring vformat_impl(const Ch* fmt, va_list ap)
             case 't': v = static_cast<unsigned long long>(va_arg(ap, ptrdiff_t)); break;
             default: v = va_arg(ap, unsigned); break;
             }
-            append_number(out, spec, "ll", v);
+            append_number(out, cv, "ll", v);
             break;
         }
         case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': case 'a': case 'A':
-            if (spec.length == 'D') append_number(out, spec, "L", va_arg(ap, long double));
-            else append_number(out, spec, "", va_arg(ap, double));
+            if (cv.length == 'D') append_number(out, cv, "L", va_arg(ap, long double));
+            else append_number(out, cv, "", va_arg(ap, double));
             break;
         case 'p':
-            append_number(out, spec, "", va_arg(ap, void*));
+            append_number(out, cv, "", va_arg(ap, void*));
             break;
         case 'c': case 'C': {
-            bool wide = spec.length == 'l' || (spec.length != 'h' && (kWideFormat || spec.conv == 'C'));
+            bool wide = cv.length == 'l' || (cv.length != 'h' && (kWideFormat || cv.conv == 'C'));
             wchar_t c[2] = {0, 0};
             if (wide) {
                 c[0] = static_cast<wchar_t>(va_arg(ap, wint_t));
-                Spec s = spec;
+                Conversion s = cv;
                 s.precision = -1;
                 append_string(out, s, true, c);
             } else {
                 char n[2] = {static_cast<char>(va_arg(ap, int)), 0};
                 c[0] = static_cast<wchar_t>(static_cast<unsigned char>(n[0]));
-                Spec s = spec;
+                Conversion s = cv;
                 s.precision = -1;
                 append_string(out, s, true, c);
             }
@@ -235,8 +235,8 @@ std::wstring vformat_impl(const Ch* fmt, va_list ap)
         }
         case 's': case 'S': {
             // %ls wide, %hs narrow; a bare %s has the format's own width.
-            bool wide = spec.length == 'l' || (spec.length != 'h' && (kWideFormat || spec.conv == 'S'));
-            append_string(out, spec, wide, va_arg(ap, const void*));
+            bool wide = cv.length == 'l' || (cv.length != 'h' && (kWideFormat || cv.conv == 'S'));
+            append_string(out, cv, wide, va_arg(ap, const void*));
             break;
         }
         case 'n':
@@ -245,7 +245,7 @@ std::wstring vformat_impl(const Ch* fmt, va_list ap)
         default:
             // Unknown conversion: shown as written, so the fault is visible.
             out.push_back(L'%');
-            out.push_back(static_cast<wchar_t>(static_cast<unsigned char>(spec.conv)));
+            out.push_back(static_cast<wchar_t>(static_cast<unsigned char>(cv.conv)));
             break;
         }
     }
