@@ -23,6 +23,12 @@ long long total_nodes(const ObjectList& objs)
     return n;
 }
 
+// "1 node", "2 nodes".
+std::string counted(long long n, const char* noun)
+{
+    return count_text(n) + " " + noun + (n == 1 ? "" : "s");
+}
+
 bool is_faces(const Movie_Objs* obj) { return obj->Node_Nb > 0 && (obj->Flags & GEOM_POLY); }
 
 // The edits, in the order a user expects them: split the quads, then remove
@@ -33,7 +39,7 @@ void edit(ObjectList& objs, const ConvertOptions& o)
         long long split = 0;
         for (Movie_Objs* obj : objs.all())
             split += Movie_Triangle(obj);
-        out_line("triangulate: " + count_text(split) + " quads split");
+        out_line("triangulate: " + counted(split, "quad") + " split");
     }
     if (o.clean) {
         const long long polys = total_polygons(objs), nodes = total_nodes(objs);
@@ -46,16 +52,15 @@ void edit(ObjectList& objs, const ConvertOptions& o)
             if (obj->Node_Nb > 0)
                 Movie_Cleanup_Node(obj);
         }
-        out_line("clean: " + count_text(polys - total_polygons(objs)) + " polygons and " +
-                 count_text(nodes - total_nodes(objs)) + " nodes removed");
+        out_line("clean: " + counted(polys - total_polygons(objs), "polygon") + " and " +
+                 counted(nodes - total_nodes(objs), "node") + " removed");
     }
     if (o.flip) {
         long long flipped = 0;
         for (Movie_Objs* obj : objs.all())
             if (is_faces(obj) && Movie_Normal_Flip(obj))
                 ++flipped;
-        out_line("flip: " + count_text(flipped) + (flipped == 1 ? " object" : " objects") +
-                 " turned over");
+        out_line("flip: " + counted(flipped, "object") + " turned over");
     }
 }
 

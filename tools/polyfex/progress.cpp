@@ -24,7 +24,9 @@ void draw(bool force)
     if (!g_bar.enabled)
         return;
     auto now = std::chrono::steady_clock::now();
-    if (!force && g_bar.drawn && now - g_bar.last < std::chrono::milliseconds(50))
+    // note: the pace holds across erasures too: a reader that ends a stage
+    // every few records would otherwise redraw the bar on every record.
+    if (!force && now - g_bar.last < std::chrono::milliseconds(50))
         return;
     g_bar.last = now;
     char line[160];
