@@ -29,12 +29,18 @@ bool read_file_bytes(FILE* file, FileBytes& out, int line, const char* module, c
     size_t len = 0;
     for (;;) {
         if (len + 1 >= cap) {
+            // A full buffer may hold the whole file: a one-byte probe tells
+            // the end from more data, so a file of its announced size is
+            // never copied into a bigger block just to find its end.
+            char probe;
+            if (std::fread(&probe, 1, 1, file) == 0) break;
             size_t ncap = cap < 65536 ? 65536 : cap * 2;
             if (!checked_realloc(buf, static_cast<long long>(ncap), 1, line, module, var)) {
                 std::free(buf);
                 return false;
             }
             cap = ncap;
+            buf[len++] = probe;
         }
         size_t got = std::fread(buf + len, 1, cap - 1 - len, file);
         len += got;

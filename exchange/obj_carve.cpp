@@ -35,7 +35,7 @@ bool calloc_floats(float*& p, int entries, int per_entry, int line, const char* 
         return false;
     }
     p = static_cast<float*>(q);
-    advise_huge(p, static_cast<size_t>(entries) * per_entry * sizeof(float));
+    obj_prepare_block(p, static_cast<size_t>(entries) * per_entry * sizeof(float));
     return true;
 }
 
@@ -96,22 +96,24 @@ bool carve_one(const ObjLists& L, int k, Movie_Objs* o)
     const int first = L.group_start[k];
     const int stop = L.group_stop[k];
     for (int i = first; i < stop; ++i) {
-        const Movie_Poly& p = L.poly_pt[i];
-        for (int j = 0; j < p.Node_Id_Nb; ++j) {
-            n.mark(p.Node_Id[j]);
-            if (t.exists()) t.mark(p.Text_Id[j]);
-            if (l.exists()) l.mark(p.Normal_Id[j]);
+        const ObjFaceView f = obj_face(L, i);
+        for (int j = 0; j < f.nb; ++j) {
+            n.mark(f.v[j]);
+            if (t.exists()) t.mark(f.t[j]);
+            if (l.exists()) l.mark(f.n[j]);
         }
     }
 
     if (n.used > 0) {
         if (!PFX_CALLOC_AS(o->Node_Pt, n.used, 96, "(*obj)[k]->Node_Pt")) return false;
-        advise_huge(o->Node_Pt, static_cast<size_t>(n.used) * sizeof(Movie_Node));
+        obj_prepare_block(o->Node_Pt, static_cast<size_t>(n.used) * sizeof(Movie_Node));
         o->Node_Nb = n.used;
         int next = 0;
+        // The records were zero-filled by calloc; a node read from the file
+        // has its Coord and nothing else.
         for_flagged(n.flag.p, L.node_nb, [&](int i) {
             n.map.p[i] = next;
-            o->Node_Pt[next++] = L.node_pt[i];
+            o->Node_Pt[next++].Coord = obj_coord(L, i);
         });
     }
     if (t.used > 0) {
@@ -136,16 +138,16 @@ bool carve_one(const ObjLists& L, int k, Movie_Objs* o)
     }
     if (stop > first) {
         if (!PFX_CALLOC_AS(o->Poly_Pt, stop - first, 120, "(*obj)[k]->Poly_Pt")) return false;
-        advise_huge(o->Poly_Pt, static_cast<size_t>(stop - first) * sizeof(Movie_Poly));
+        obj_prepare_block(o->Poly_Pt, static_cast<size_t>(stop - first) * sizeof(Movie_Poly));
         o->Poly_Nb = stop - first;
         for (int i = first; i < stop; ++i) {
-            const Movie_Poly& p = L.poly_pt[i];
+            const ObjFaceView f = obj_face(L, i);
             Movie_Poly& d = o->Poly_Pt[i - first];
-            d.Node_Id_Nb = p.Node_Id_Nb;
-            for (int j = 0; j < p.Node_Id_Nb; ++j) {
-                d.Node_Id[j] = n.map.p[p.Node_Id[j]];
-                if (t.exists()) d.Text_Id[j] = t.map.p[p.Text_Id[j]];
-                if (l.exists()) d.Normal_Id[j] = l.map.p[p.Normal_Id[j]];
+            d.Node_Id_Nb = f.nb;
+            for (int j = 0; j < f.nb; ++j) {
+                d.Node_Id[j] = n.map.p[f.v[j]];
+                if (t.exists()) d.Text_Id[j] = t.map.p[f.t[j]];
+                if (l.exists()) d.Normal_Id[j] = l.map.p[f.n[j]];
             }
         }
     }

@@ -11,6 +11,8 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "core/alloc.h"
 #include "core/diag.h"
@@ -31,16 +33,18 @@ inline bool is_trim(char c) { return c == ' ' || c == '\t' || c == '\n' || c == 
 inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 // The capacity after cap when one more entry is needed.
-// note: lists start with 1024 entries and then double, so a big file costs a
-// few reallocations instead of one per 1024 entries; the memory-error line
-// reports the capacity asked for.
+// note: each list is first sized by a quick count of the lines that start
+// its statements (at least 1024 entries), so a big file costs one allocation
+// per list and no copying; only pieces of over-long lines can outgrow the
+// count, and the list then doubles. The memory-error line reports the
+// capacity asked for.
 inline long long next_cap(int cap) { return cap == 0 ? kFirstBlock : 2LL * cap; }
 
 // Float lists hold 2 or 3 floats per entry; the memory-error line reports
 // entries times the entry size.
-bool grow_floats(float*& p, int& cap, int per_entry, int line, const char* var)
+bool grow_floats(float*& p, int& cap, int per_entry, int line, const char* var, long long want = 0)
 {
-    long long ncap = next_cap(cap);
+    long long ncap = want > cap ? want : next_cap(cap);
     if (ncap > INT_MAX) {
         report_memory_error(line, kModule, AllocKind::Realloc, var, ncap, per_entry * 4LL);
         return false;
@@ -57,9 +61,9 @@ bool grow_floats(float*& p, int& cap, int per_entry, int line, const char* var)
 }
 
 template <class T>
-bool grow_records(T*& p, int& cap, long long nominal, int line, const char* var)
+bool grow_records(T*& p, int& cap, long long nominal, int line, const char* var, long long want = 0)
 {
-    long long ncap = next_cap(cap);
+    long long ncap = want > cap ? want : next_cap(cap);
     if (ncap > INT_MAX || !checked_realloc(p, ncap, nominal, line, kModule, var)) {
         if (ncap > INT_MAX) report_memory_error(line, kModule, AllocKind::Realloc, var, ncap, nominal);
         return false;
@@ -152,11 +156,43 @@ inline void merge(ObjLists::RefTrack& r, const FaceTrack& t, int line)
     if (t.dangling && r.dangling_line == 0) r.dangling_line = line;
 }
 
+// Statement lines by kind, from the first two characters of each line after
+// its leading blanks: what the lists will hold for any file whose lines fit
+// one read each.
+struct LineCounts {
+    long long v = 0, vt = 0, vn = 0, f = 0, g = 0;
+};
+
+LineCounts count_lines(const char* p, const char* end)
+{
+    LineCounts c;
+    while (p < end) {
+        while (p < end && (*p == ' ' || *p == '\t' || *p == '\r')) ++p;
+        if (p + 1 < end) {
+            if (p[0] == 'v') {
+                c.v += p[1] == ' ';
+                c.vt += p[1] == 't';
+                c.vn += p[1] == 'n';
+            } else if (p[0] == 'f') {
+                c.f += p[1] == ' ';
+            }
+        }
+        if (p < end && p[0] == 'g') ++c.g;
+        const void* nl = std::memchr(p, '\n', static_cast<size_t>(end - p));
+        p = nl ? static_cast<const char*>(nl) + 1 : end;
+    }
+    return c;
+}
+
+inline long long first_cap(long long n) { return n < kFirstBlock ? kFirstBlock : n; }
+
 class Parser {
 public:
     Parser(ObjLists& lists, const wchar_t* name) : L(lists), name_(name) {}
     bool piece(const char* q, const char* e);
     void set_nul(bool has_nul) { has_nul_ = has_nul; }
+    bool reserve(const LineCounts& c);
+    bool reserve_lists(const LineCounts& c);
 
 private:
     void unknown(const char* q, const char* e);
@@ -232,8 +268,14 @@ bool Parser::group(const char* q, const char* e)
 
 bool Parser::vertex(const char* s, const char* e)
 {
-    if (L.node_nb == L.node_cap && !grow_records(L.node_pt, L.node_cap, 96, __LINE__, "node_pt")) return false;
     float v[3];
+    if (L.compact) {
+        if (L.node_nb == L.node_cap && !grow_records(L.coord_pt, L.node_cap, 96, __LINE__, "node_pt")) return false;
+        scan_floats(s, e, v, 3);
+        L.coord_pt[L.node_nb++] = Vector_4{v[0], v[1], v[2], 0.0f};
+        return true;
+    }
+    if (L.node_nb == L.node_cap && !grow_records(L.node_pt, L.node_cap, 96, __LINE__, "node_pt")) return false;
     scan_floats(s, e, v, 3);
     Movie_Node& n = L.node_pt[L.node_nb++];
     std::memset(&n, 0, sizeof n);
@@ -261,9 +303,18 @@ bool Parser::normal(const char* s, const char* e)
 
 bool Parser::face(const char* s, const char* e)
 {
-    if (L.poly_nb == L.poly_cap && !grow_records(L.poly_pt, L.poly_cap, 120, __LINE__, "poly_pt")) return false;
-    Movie_Poly& p = L.poly_pt[L.poly_nb];
-    std::memset(&p, 0, sizeof p);
+    int32_t *nb, *vs, *ts, *ns;
+    if (L.compact) {
+        if (L.poly_nb == L.poly_cap && !grow_records(L.face_pt, L.poly_cap, 120, __LINE__, "poly_pt")) return false;
+        ObjFace& f = L.face_pt[L.poly_nb];
+        std::memset(&f, 0, sizeof f);
+        nb = &f.nb, vs = f.v, ts = f.t, ns = f.n;
+    } else {
+        if (L.poly_nb == L.poly_cap && !grow_records(L.poly_pt, L.poly_cap, 120, __LINE__, "poly_pt")) return false;
+        Movie_Poly& p = L.poly_pt[L.poly_nb];
+        std::memset(&p, 0, sizeof p);
+        nb = &p.Node_Id_Nb, vs = p.Node_Id, ts = p.Text_Id, ns = p.Normal_Id;
+    }
     FaceTrack tn, tt, tl;
     int tokens = 0;
     for (;;) {
@@ -277,7 +328,7 @@ bool Parser::face(const char* s, const char* e)
         }
         FieldRef f;
         s = read_field(s, e, f);
-        p.Node_Id[tokens] = resolve(f, L.node_nb, tn);
+        vs[tokens] = resolve(f, L.node_nb, tn);
         FieldRef ft{0, FieldRef::Last, 0}, fl{0, FieldRef::Last, 0};
         if (s < e && *s == '/') {
             s = read_field(s + 1, e, ft);
@@ -287,8 +338,8 @@ bool Parser::face(const char* s, const char* e)
                 while (s < e && *s != ' ') ++s;
             }
         }
-        p.Text_Id[tokens] = resolve(ft, L.text_nb, tt);
-        p.Normal_Id[tokens] = resolve(fl, L.nrml_nb, tl);
+        ts[tokens] = resolve(ft, L.text_nb, tt);
+        ns[tokens] = resolve(fl, L.nrml_nb, tl);
         ++tokens;
     }
     if (tokens > 4) {
@@ -297,11 +348,45 @@ bool Parser::face(const char* s, const char* e)
         user_line(L"\xF1\t Line: \x01%d", line_);
         return true;
     }
-    p.Node_Id_Nb = tokens;
+    *nb = tokens;
     merge(L.node_ref, tn, line_);
     merge(L.text_ref, tt, line_);
     merge(L.nrml_ref, tl, line_);
     ++L.poly_nb;
+    return true;
+}
+
+// Lists sized by the line counts, in the order the statements would first
+// grow them; a kind the file does not have is left for its first entry.
+bool Parser::reserve(const LineCounts& c)
+{
+    if (!reserve_lists(c)) return false;
+    // Sized by the count, so every page will be written.
+    obj_prepare_block(L.compact ? static_cast<void*>(L.coord_pt) : static_cast<void*>(L.node_pt),
+                      static_cast<size_t>(L.node_cap) * (L.compact ? sizeof(Vector_4) : sizeof(Movie_Node)));
+    obj_prepare_block(L.text_pt, static_cast<size_t>(L.text_cap) * 2 * sizeof(float));
+    obj_prepare_block(L.nrml_pt, static_cast<size_t>(L.nrml_cap) * 3 * sizeof(float));
+    obj_prepare_block(L.compact ? static_cast<void*>(L.face_pt) : static_cast<void*>(L.poly_pt),
+                      static_cast<size_t>(L.poly_cap) * (L.compact ? sizeof(ObjFace) : sizeof(Movie_Poly)));
+    return true;
+}
+
+bool Parser::reserve_lists(const LineCounts& c)
+{
+    // Every line that starts with "g" makes a group, so the small forms are
+    // only ever used by a file that ends up with groups.
+    L.compact = c.g > 0;
+    if (L.compact) {
+        if (c.v && !grow_records(L.coord_pt, L.node_cap, 96, __LINE__, "node_pt", first_cap(c.v))) return false;
+        if (c.vt && !grow_floats(L.text_pt, L.text_cap, 2, __LINE__, "text_pt", first_cap(c.vt))) return false;
+        if (c.vn && !grow_floats(L.nrml_pt, L.nrml_cap, 3, __LINE__, "nrml_pt", first_cap(c.vn))) return false;
+        if (c.f && !grow_records(L.face_pt, L.poly_cap, 120, __LINE__, "poly_pt", first_cap(c.f))) return false;
+        return true;
+    }
+    if (c.v && !grow_records(L.node_pt, L.node_cap, 96, __LINE__, "node_pt", first_cap(c.v))) return false;
+    if (c.vt && !grow_floats(L.text_pt, L.text_cap, 2, __LINE__, "text_pt", first_cap(c.vt))) return false;
+    if (c.vn && !grow_floats(L.nrml_pt, L.nrml_cap, 3, __LINE__, "nrml_pt", first_cap(c.vn))) return false;
+    if (c.f && !grow_records(L.poly_pt, L.poly_cap, 120, __LINE__, "poly_pt", first_cap(c.f))) return false;
     return true;
 }
 
@@ -355,9 +440,26 @@ bool Parser::piece(const char* q, const char* e)
 
 } // namespace
 
+void obj_prepare_block(void* p, size_t bytes)
+{
+    constexpr size_t kBig = size_t(4) << 20;
+    if (!p || bytes < kBig) return;
+    advise_huge(p, bytes);
+#ifdef MADV_POPULATE_WRITE
+    const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const uintptr_t begin = (reinterpret_cast<uintptr_t>(p) + page - 1) & ~(page - 1);
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(p) + bytes) & ~(page - 1);
+    // A hint like the advice: an older kernel refuses it and the pages then
+    // come one fault at a time.
+    if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);
+#endif
+}
+
 void obj_free_lists(ObjLists& lists)
 {
     std::free(lists.node_pt);
+    std::free(lists.coord_pt);
+    std::free(lists.face_pt);
     std::free(lists.text_pt);
     std::free(lists.nrml_pt);
     std::free(lists.poly_pt);
@@ -374,6 +476,7 @@ ObjParse obj_parse(const char* begin, const char* end, const wchar_t* name, ObjL
     // A NUL is rare enough to look for once, so the common file pays one
     // fast scan instead of one per line.
     parser.set_nul(begin < end && std::memchr(begin, 0, static_cast<size_t>(end - begin)) != nullptr);
+    if (!parser.reserve(count_lines(begin, end))) return ObjParse::Memory;
     const char* p = begin;
     while (p < end) {
         const char* nl = static_cast<const char*>(std::memchr(p, '\n', static_cast<size_t>(end - p)));
@@ -426,10 +529,12 @@ bool obj_check_references(ObjLists& lists)
     const bool fix_nrml = lists.nrml_nb > 0 && lists.nrml_ref.dangling_line != 0;
     if (fix_text || fix_nrml) {
         for (int i = 0; i < lists.poly_nb; ++i) {
-            Movie_Poly& p = lists.poly_pt[i];
-            for (int j = 0; j < p.Node_Id_Nb; ++j) {
-                if (fix_text && p.Text_Id[j] < 0) p.Text_Id[j] = 0;
-                if (fix_nrml && p.Normal_Id[j] < 0) p.Normal_Id[j] = 0;
+            ObjFaceView f = obj_face(lists, i);
+            int32_t* t = const_cast<int32_t*>(f.t);
+            int32_t* n = const_cast<int32_t*>(f.n);
+            for (int j = 0; j < f.nb; ++j) {
+                if (fix_text && t[j] < 0) t[j] = 0;
+                if (fix_nrml && n[j] < 0) n[j] = 0;
             }
         }
     }
