@@ -33,8 +33,5 @@ __attribute__((weak)) PFX_API Movie_Objs* STL_Read(const wchar_t* dir, const wch
 __attribute__((weak)) PFX_API int STL_Read_Merge(const wchar_t* dir, const wchar_t* name, Movie_Objs*** out) { return 0; }
 __attribute__((weak)) PFX_API int STL_ASCII_Write(Movie_Objs* obj, short num, const wchar_t* path, const wchar_t* name, Pfx_Progress progress) { return 0; }
 __attribute__((weak)) PFX_API int STL_BINARY_Write(Movie_Objs* obj, short num, const wchar_t* path, const wchar_t* name, Pfx_Progress progress) { return 0; }
-__attribute__((weak)) PFX_API int DXF_Write(Movie_Objs** objs, const wchar_t* path, const wchar_t* name, Pfx_Progress progress) { return 0; }
-__attribute__((weak)) PFX_API int VRLM_Write(Movie_Objs** objs, short* material, int* color, const wchar_t* path, const wchar_t* name, Pfx_Progress progress) { return 0; }
-__attribute__((weak)) PFX_API Movie_Objs* Movie_Convex_Hull(Movie_Objs* obj, void* unused) { return nullptr; }
 
 } // extern "C"
