@@ -340,6 +340,63 @@ TEST_F(ObjRead, UntexturedFacesBeforeTheFirstTextureTakeItsFirstEntry)
     EXPECT_EQ(a->Poly_Pt[0].Normal_Id[2], 0);
 }
 
+TEST_F(ObjRead, CrlfFileWithGroupsRelativeReferencesAndSkippedStatements)
+{
+    const std::string data = test_path("data/obj/");
+    ASSERT_EQ(OBJ_Read_Merge(wide(data).c_str(), L"groups_crlf", &objs), 2);
+    EXPECT_EQ(sink.lines(),
+              (std::vector<Line>{{MSG_TRACE_IO, L">>> in  OBJ_Read_Merge(" + wide(data) + L",groups_crlf)"},
+                                 user(L"\xF1\x05WARNING:\x02 To many nodes for polygon!"),
+                                 user(L"\xF1\t File: \x01" L"groups_crlf"), user(L"\xF1\t Line: \x01" L"16"),
+                                 io(unknown(17, L"o x")), io(unknown(18, L"l 1 2")), io(kEof), io(counts(4, 2, 1, 2)),
+                                 io(L"<<< out OBJ_Read_Merge(done)")}));
+    const Movie_Objs* first = objs[0];
+    const Movie_Objs* second = objs[1];
+    EXPECT_STREQ(first->Name, L"first");
+    ASSERT_EQ(first->Node_Nb, 3);
+    EXPECT_EQ(first->Text_Nb, 2);
+    EXPECT_EQ(first->Normal_Nb, 1);
+    EXPECT_EQ(std::vector<int>(first->Poly_Pt[0].Text_Id, first->Poly_Pt[0].Text_Id + 3), (std::vector<int>{0, 1, 0}));
+    EXPECT_STREQ(second->Name, L"second");
+    ASSERT_EQ(second->Node_Nb, 3);
+    ASSERT_EQ(second->Poly_Nb, 1);
+    EXPECT_EQ(corners(second->Poly_Pt[0]), (std::vector<int>{2, 1, 0, 2}));
+    EXPECT_EQ(std::vector<int>(second->Poly_Pt[0].Text_Id, second->Poly_Pt[0].Text_Id + 4),
+              (std::vector<int>{1, 0, 1, 1}));
+    EXPECT_EQ(xyz(second->Node_Pt[2]), (std::vector<float>{1, 1, 0, 0}));
+}
+
+TEST_F(ObjRead, ContinuationOfALongCommentIsACommentToo)
+{
+    const std::string data = test_path("data/obj/");
+    ASSERT_EQ(OBJ_Read_Merge(wide(data).c_str(), L"long_line", &objs), 1);
+    EXPECT_EQ(sink.lines(), (std::vector<Line>{{MSG_TRACE_IO, L">>> in  OBJ_Read_Merge(" + wide(data) + L",long_line)"},
+                                               io(kEof), io(counts(1, 0, 0, 1)),
+                                               io(L"<<< out OBJ_Read_Merge(! group_nb)")}));
+    free_object_list(objs, -1);
+    objs = nullptr;
+    ASSERT_EQ(OBJ_Read_Merge(wide(data).c_str(), L"cube", &objs), 1);
+    EXPECT_EQ(objs[0]->Poly_Nb, 6);
+}
+
+// Statements hidden in the second piece of long lines are not in the quick
+// line count that sizes the lists, so the lists grow while reading.
+TEST_F(ObjRead, StatementsInLongLinePiecesGrowTheLists)
+{
+    for (const std::string group : {"", "g all\n"}) {
+        std::string text = group;
+        const std::string pad = "#" + std::string(118, '-');
+        for (int i = 0; i < 2500; ++i) text += pad + "v " + std::to_string(i) + " 0 0\n";
+        for (int i = 1; i <= 2500; ++i) text += pad + "f " + std::to_string(i) + " 1 2\n";
+        ASSERT_EQ(read("grow", text), 1);
+        EXPECT_EQ(sink.lines()[2], io(counts(2500, 0, 0, 2500)));
+        ASSERT_EQ(objs[0]->Node_Nb, 2500);
+        EXPECT_EQ(objs[0]->Node_Pt[2499].Coord.x, 2499.0f);
+        ASSERT_EQ(objs[0]->Poly_Nb, 2500);
+        EXPECT_EQ(corners(objs[0]->Poly_Pt[2499]), (std::vector<int>{2499, 0, 1}));
+    }
+}
+
 TEST_F(ObjRead, MissingFileGivesTheOpenFailureBlock)
 {
     EXPECT_EQ(read_again("absent"), 0);

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -42,6 +41,20 @@ protected:
     int result = -1;
 };
 
+// "# created: 17 Jun 2025 14:30"
+bool is_date_line(const std::string& l)
+{
+    const std::string shape = "# created: 00 Aaa 0000 00:00";
+    if (l.size() != shape.size()) return false;
+    for (size_t i = 0; i < l.size(); ++i) {
+        const char s = shape[i], c = l[i];
+        if (s == '0' ? !(c >= '0' && c <= '9') : s == 'A' ? !(c >= 'A' && c <= 'Z')
+                                     : s == 'a' ? !(c >= 'a' && c <= 'z') : c != s)
+            return false;
+    }
+    return true;
+}
+
 // The date line is the only one that changes from run to run.
 void expect_golden(const std::string& got, const std::string& golden_file)
 {
@@ -50,7 +63,7 @@ void expect_golden(const std::string& got, const std::string& golden_file)
     std::vector<std::string> g = lines_of(got), w = lines_of(want);
     ASSERT_EQ(g.size(), w.size()) << golden_file;
     ASSERT_GE(g.size(), 5u);
-    EXPECT_TRUE(std::regex_match(g[3], std::regex("# created: \\d\\d [A-Z][a-z][a-z] \\d{4} \\d\\d:\\d\\d"))) << g[3];
+    EXPECT_TRUE(is_date_line(g[3])) << g[3];
     g[3] = w[3];
     for (size_t i = 0; i < g.size(); ++i) EXPECT_EQ(g[i], w[i]) << golden_file << " line " << i + 1;
     EXPECT_EQ(got.back(), '\n');
