@@ -451,6 +451,9 @@ def case_messages():
     _, err = run("info", "--verbose", "--color", "never", work("five.mov"), code=2)
     expect("ERROR: Bad polygon in file!\n" in err and "  polygon 1 has 5 sides\n" in err, repr(err))
     expect("\xf1" not in err and "\x01" not in err and "\x02" not in err, repr(err))
+    last = err.splitlines()[-1]
+    expect(last.startswith("polyfex: error: cannot read ") and "Bad polygon in file!" in last,
+           "the one-line error closes the verbose block too: " + last)
     # The progress bar: drawn on a terminal or when asked for, never in a pipe.
     _, err = run("info", sample("sphere.mov"))
     expect(err == "", repr(err))

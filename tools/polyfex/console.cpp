@@ -65,9 +65,11 @@ void on_library_line(unsigned int flag, const wchar_t* line, void*)
 {
     switch (kind_of(flag)) {
     case Kind::User:
-        if (g_console.held && !g_console.verbose)
+        // With --verbose the block is shown as it comes and also kept for the
+        // one-line error that may follow it.
+        if (g_console.held)
             g_console.held->emplace_back(line ? line : L"");
-        else
+        if (!g_console.held || g_console.verbose)
             put(stderr, render_markup(line, g_console.colour_err));
         return;
     case Kind::Note:
@@ -146,6 +148,8 @@ MessageHold::MessageHold() : previous_(g_console.held) { g_console.held = &lines
 MessageHold::~MessageHold()
 {
     g_console.held = previous_;
+    if (g_console.verbose)
+        return; // shown as they came
     // Lines of an operation that went well (a warning of a reader) are shown
     // as the library wrote them.
     for (const std::wstring& line : lines_)

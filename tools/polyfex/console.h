@@ -42,8 +42,9 @@ void warning_line(const std::string& text);
 // A line of the command's own report on stdout.
 void out_line(const std::string& text);
 
-// While one exists (and --verbose is off), the library's user and memory lines
-// are kept instead of shown. Its destructor shows what is still held.
+// While one exists, the library's user and memory lines are kept instead of
+// shown (with --verbose: kept and shown). Its destructor shows what is still
+// held and was not shown yet.
 class MessageHold {
 public:
     MessageHold();
