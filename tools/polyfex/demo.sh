@@ -26,6 +26,7 @@ step "$polyfex" convert "$samples/cube.obj" "$out/cube.stl" --triangulate
 step "$polyfex" convert "$out/cube.stl" "$out/cube.mov"
 step "$polyfex" info "$out/cube.mov"
 step "$polyfex" check "$out/cube.mov"
+step "$polyfex" hull "$samples/points.mov" "$out/points_hull.stl"
 step "$polyfex" render "$samples/sphere.stl" "$out/sphere.png" --size 640x480
 step "$polyfex" render "$samples/cube.obj" "$out/cube.png" --size 480x360 --view iso
 printf '\nPictures: %s/sphere.png %s/cube.png\n' "$out" "$out"
