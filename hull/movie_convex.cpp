@@ -48,10 +48,10 @@ uint32_t coordinate_hash(float x, float y, float z)
 void copy_displacements(const Movie_Objs& src, const float* verts, int v, Movie_Node* nodes)
 {
     if (v <= 0) return;
-    uint32_t cap = 16;
-    while (cap < 2u * static_cast<uint32_t>(v)) cap *= 2;
-    std::unique_ptr<uint32_t, FreeDeleter> table(
-        static_cast<uint32_t*>(pfx::raw_calloc(cap, sizeof(uint32_t))));
+    size_t cap = 16;
+    while (cap < 2 * static_cast<size_t>(v)) cap *= 2;
+    std::unique_ptr<uint64_t, FreeDeleter> table(
+        static_cast<uint64_t*>(pfx::raw_calloc(cap, sizeof(uint64_t))));
     if (!table) {
         for (int k = 0; k < v; ++k)
             for (int i = 0; i < src.Node_Nb; ++i)
@@ -63,21 +63,21 @@ void copy_displacements(const Movie_Objs& src, const float* verts, int v, Movie_
     }
     // Slots hold k + 1 for hull vertex k (0 = empty); the top bit marks a
     // vertex that has found its node.
-    constexpr uint32_t kFound = 0x80000000u;
-    uint32_t* slots = table.get();
-    const uint32_t mask = cap - 1;
+    constexpr uint64_t kFound = uint64_t(1) << 63;
+    uint64_t* slots = table.get();
+    const size_t mask = cap - 1;
     for (int k = 0; k < v; ++k) {
         const float* p = verts + 3 * k;
-        uint32_t s = coordinate_hash(p[0], p[1], p[2]) & mask;
+        size_t s = coordinate_hash(p[0], p[1], p[2]) & mask;
         while (slots[s]) s = (s + 1) & mask;
-        slots[s] = static_cast<uint32_t>(k) + 1;
+        slots[s] = static_cast<uint64_t>(k) + 1;
     }
     int waiting = v;
     for (int i = 0; i < src.Node_Nb && waiting > 0; ++i) {
         const Vector_4& c = src.Node_Pt[i].Coord;
-        for (uint32_t s = coordinate_hash(c.x, c.y, c.z) & mask; slots[s]; s = (s + 1) & mask) {
+        for (size_t s = coordinate_hash(c.x, c.y, c.z) & mask; slots[s]; s = (s + 1) & mask) {
             if (slots[s] & kFound) continue;
-            const uint32_t k = slots[s] - 1;
+            const size_t k = static_cast<size_t>(slots[s] - 1);
             if (!same_xyz(verts + 3 * k, c)) continue;
             take_displ(nodes[k], src.Node_Pt[i].Displ);
             slots[s] |= kFound;
@@ -144,7 +144,8 @@ PFX_API Movie_Objs* Movie_Convex_Hull(Movie_Objs* obj, void* /*unused*/)
     pfx::QuickHull<float> engine;
     pfx::Hull_Result<float> hull;
     try {
-        hull = engine.build_hull(vertex_pt, static_cast<size_t>(obj->Node_Nb), false, false);
+        hull = engine.build_hull(reinterpret_cast<const float*>(vertex_pt), static_cast<size_t>(obj->Node_Nb),
+                                 false, false);
     } catch (...) {
         t.silent(0);
         throw;

@@ -74,6 +74,8 @@ public:
     // horizon could not be closed (each also wrote one line to stderr).
     size_t failed_horizons() const { return Failed_Horizons; }
     // The mesh and tolerance of the last build, for inspection.
+    // note: no compacted half-edge form of the hull is offered; the library
+    // only ever asks for the triangle list.
     const Hull_Mesh<T>& mesh() const { return Mesh; }
     T epsilon() const { return Epsilon; }
     bool planar() const { return Planar; }

@@ -37,7 +37,7 @@ void QuickHull<T>::grow_hull()
 
     size_t iter = 0;
     while (queue_head_ < Face_Queue.size()) {
-        // New faces carry stamp 0, so the count skips it when it wraps.
+        // The stamp wraps before it could reach kNone.
         iter = iter == kNone - 1 ? 0 : iter + 1;
         size_t t = Face_Queue[queue_head_++];
         Hull_Face<T>& top = Mesh.Faces[t];
