@@ -66,7 +66,7 @@ std::string find_sample_dir()
         exe[n] = 0;
         std::string dir(exe);
         dir.erase(dir.find_last_of('/') + 1);
-        for (const char* up : {"samples", "../samples", "../../samples", "../share/polyfex/samples"})
+        for (const char* up : {"samples", "../samples", "../../samples"})
             candidates.push_back(dir + up);
     }
     candidates.push_back(POLYFEX_SAMPLES_DIR);
