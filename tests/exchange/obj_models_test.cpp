@@ -141,7 +141,6 @@ TEST_F(ObjModels, EveryModelReadsCleanlyAndAgreesWithTinyObjLoader)
 #endif
     RecordProperty("read", read);
     RecordProperty("compared", compared);
-    std::printf("read %d of %zu files, %d compared with tinyobjloader\n", read, files.size(), compared);
 }
 
 } // namespace
