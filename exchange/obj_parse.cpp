@@ -29,6 +29,8 @@ constexpr long kPiece = 119;
 // Entries of the first block of each list; later blocks double it.
 constexpr int kFirstBlock = 1024;
 
+// What Str_Strip_Spaces removes from both ends of a line; the trim is done
+// on the byte range itself, so no line is ever copied.
 inline bool is_trim(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
 

@@ -154,6 +154,19 @@ TEST_F(ObjWrite, LongReferencesAreWrittenWhole)
     release_case(c);
 }
 
+TEST_F(ObjWrite, CornerCountsOutsideOneToFourWriteOnlyTheSlotsThatExist)
+{
+    Movie_Objs* o = make_object({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}}, {{0, 1, 2, 3}, {0, 1, 2}});
+    o->Poly_Pt[0].Node_Id_Nb = 7;
+    o->Poly_Pt[1].Node_Id_Nb = -2;
+    Movie_Objs* list[2] = {o, nullptr};
+    std::vector<std::string> lines = lines_of(write(list));
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines[lines.size() - 2], "f  1//1                  2//2                  3//3                  4//4");
+    EXPECT_EQ(lines.back(), "f  ");
+    free_object(o);
+}
+
 TEST_F(ObjWrite, NumbersHaveThePrintfDigits)
 {
     const float values[] = {0.0f, -0.0f, 1e-7f, -1e-7f, 0.0078125f, -0.0234375f, 0.1f, 1.0f / 3, 123456.789f,
