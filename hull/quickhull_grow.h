@@ -93,7 +93,10 @@ bool QuickHull<T>::search_visible(size_t t, const Vec3<T>& apex, size_t iter)
             size_t e = face.Edge;
             for (int k = 0; k < 3; ++k, e = edges[e].Next) {
                 size_t opposite = edges[e].Opposite;
-                if (opposite != step.entered_by) search_.push_back({edges[opposite].Face, e});
+                if (opposite == step.entered_by) continue;
+                const size_t next_face = edges[opposite].Face;
+                __builtin_prefetch(&faces[next_face]);
+                search_.push_back({next_face, e});
             }
             continue;
         }
