@@ -2,6 +2,7 @@
 // lists handed over whole to the single object of a file without groups.
 #include "exchange/obj_carve.h"
 
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -56,16 +57,46 @@ void for_flagged(const unsigned char* flag, int n, F f)
         if (flag[i]) f(i);
 }
 
-// The flag and map of one kind of entry for one group.
+// The flag and map of one kind of entry for one group, over the range of
+// entries the group's faces name.
+// note: the flags and maps of a group cover only the entries from its lowest
+// to its highest reference instead of the whole file's list, so a file of
+// many groups does not cost a pass over every list per group; the objects
+// are the same.
 struct KindMap {
     Scratch<unsigned char> flag;
     Scratch<int> map;
+    int lo = 0;
+    int size = 0;
     int used = 0;
     bool exists() const { return flag.p != nullptr; }
     void mark(int i)
     {
-        used += flag.p[i] == 0;
-        flag.p[i] = 1;
+        unsigned char& f = flag.p[i - lo];
+        used += f == 0;
+        f = 1;
+    }
+    int& at(int i) { return map.p[i - lo]; }
+    // Calls fn(i) for every flagged entry i, in file order.
+    template <class F>
+    void each(F fn)
+    {
+        for_flagged(flag.p, size, [&](int r) { fn(lo + r); });
+    }
+};
+
+// The lowest and highest index a group's faces name, per kind.
+struct Range {
+    int lo = INT_MAX, hi = -1;
+    void add(int i)
+    {
+        lo = i < lo ? i : lo;
+        hi = i > hi ? i : hi;
+    }
+    void set(KindMap& m) const
+    {
+        m.lo = hi < 0 ? 0 : lo;
+        m.size = hi < 0 ? 0 : hi - lo + 1;
     }
 };
 
@@ -74,27 +105,42 @@ bool carve_one(const ObjLists& L, int k, Movie_Objs* o)
     if (L.group_name[k][0] && !PFX_WCSDUP_AS(o->Name, Char_2_Wchar(L.group_name[k]), "(*obj)[k]->Name"))
         return false;
 
-    KindMap n, t, l;
-    if (L.node_nb > 0) {
-        unsigned char*& n_flag = n.flag.p;
-        int*& n_map = n.map.p;
-        if (!PFX_CALLOC(n_flag, L.node_nb, 1) || !PFX_MALLOC(n_map, L.node_nb, 4)) return false;
-    }
-    if (L.text_nb > 0) {
-        unsigned char*& t_flag = t.flag.p;
-        int*& t_map = t.map.p;
-        if (!PFX_CALLOC(t_flag, L.text_nb, 1) || !PFX_MALLOC(t_map, L.text_nb, 4)) return false;
-    }
-    if (L.nrml_nb > 0) {
-        unsigned char*& l_flag = l.flag.p;
-        int*& l_map = l.map.p;
-        if (!PFX_CALLOC(l_flag, L.nrml_nb, 1) || !PFX_MALLOC(l_map, L.nrml_nb, 4)) return false;
-    }
-
     // References were checked against the lists once the file was read, so
     // every index used here lies inside its list.
     const int first = L.group_start[k];
     const int stop = L.group_stop[k];
+    const bool texts = L.text_nb > 0;
+    const bool normals = L.nrml_nb > 0;
+    Range rn, rt, rl;
+    for (int i = first; i < stop; ++i) {
+        const ObjFaceView f = obj_face(L, i);
+        for (int j = 0; j < f.nb; ++j) {
+            rn.add(f.v[j]);
+            if (texts) rt.add(f.t[j]);
+            if (normals) rl.add(f.n[j]);
+        }
+    }
+
+    KindMap n, t, l;
+    rn.set(n);
+    rt.set(t);
+    rl.set(l);
+    if (L.node_nb > 0) {
+        unsigned char*& n_flag = n.flag.p;
+        int*& n_map = n.map.p;
+        if (!PFX_CALLOC(n_flag, n.size, 1) || !PFX_MALLOC(n_map, n.size, 4)) return false;
+    }
+    if (texts) {
+        unsigned char*& t_flag = t.flag.p;
+        int*& t_map = t.map.p;
+        if (!PFX_CALLOC(t_flag, t.size, 1) || !PFX_MALLOC(t_map, t.size, 4)) return false;
+    }
+    if (normals) {
+        unsigned char*& l_flag = l.flag.p;
+        int*& l_map = l.map.p;
+        if (!PFX_CALLOC(l_flag, l.size, 1) || !PFX_MALLOC(l_map, l.size, 4)) return false;
+    }
+
     for (int i = first; i < stop; ++i) {
         const ObjFaceView f = obj_face(L, i);
         for (int j = 0; j < f.nb; ++j) {
@@ -111,8 +157,8 @@ bool carve_one(const ObjLists& L, int k, Movie_Objs* o)
         int next = 0;
         // The records were zero-filled by calloc; a node read from the file
         // has its Coord and nothing else.
-        for_flagged(n.flag.p, L.node_nb, [&](int i) {
-            n.map.p[i] = next;
+        n.each([&](int i) {
+            n.at(i) = next;
             o->Node_Pt[next++].Coord = obj_coord(L, i);
         });
     }
@@ -120,8 +166,8 @@ bool carve_one(const ObjLists& L, int k, Movie_Objs* o)
         if (!calloc_floats(o->Text_Pt, t.used, 2, __LINE__, "(*obj)[k]->Text_Pt")) return false;
         o->Text_Nb = t.used;
         int next = 0;
-        for_flagged(t.flag.p, L.text_nb, [&](int i) {
-            t.map.p[i] = next;
+        t.each([&](int i) {
+            t.at(i) = next;
             std::memcpy(o->Text_Pt + 2 * static_cast<size_t>(next++), L.text_pt + 2 * static_cast<size_t>(i),
                         2 * sizeof(float));
         });
@@ -130,8 +176,8 @@ bool carve_one(const ObjLists& L, int k, Movie_Objs* o)
         if (!calloc_floats(o->Normal_Pt, l.used, 3, __LINE__, "(*obj)[k]->Normal_Pt")) return false;
         o->Normal_Nb = l.used;
         int next = 0;
-        for_flagged(l.flag.p, L.nrml_nb, [&](int i) {
-            l.map.p[i] = next;
+        l.each([&](int i) {
+            l.at(i) = next;
             std::memcpy(o->Normal_Pt + 3 * static_cast<size_t>(next++), L.nrml_pt + 3 * static_cast<size_t>(i),
                         3 * sizeof(float));
         });
@@ -145,9 +191,9 @@ bool carve_one(const ObjLists& L, int k, Movie_Objs* o)
             Movie_Poly& d = o->Poly_Pt[i - first];
             d.Node_Id_Nb = f.nb;
             for (int j = 0; j < f.nb; ++j) {
-                d.Node_Id[j] = n.map.p[f.v[j]];
-                if (t.exists()) d.Text_Id[j] = t.map.p[f.t[j]];
-                if (l.exists()) d.Normal_Id[j] = l.map.p[f.n[j]];
+                d.Node_Id[j] = n.at(f.v[j]);
+                if (t.exists()) d.Text_Id[j] = t.at(f.t[j]);
+                if (l.exists()) d.Normal_Id[j] = l.at(f.n[j]);
             }
         }
     }
