@@ -57,6 +57,8 @@ int read_obj(pfx::Trace& t, const wchar_t* dir, const wchar_t* name, Movie_Objs*
     pfx::ObjLists lists;
     ListsGuard release_lists{lists};
     {
+        // The whole file is parsed from memory; its buffer is the one
+        // allocation the line-by-line reading did not have, named "buffer".
         pfx::FileBytes bytes;
         errno = 0;
         bool got = PFX_READ_FILE(f, bytes, "buffer");
@@ -78,6 +80,9 @@ int read_obj(pfx::Trace& t, const wchar_t* dir, const wchar_t* name, Movie_Objs*
     t.note("-> Polyfex:OBJ_Read_Merge() read: %d nodes, %d textures, %d normals, %d polygons", lists.node_nb,
            lists.text_nb, lists.nrml_nb, lists.poly_nb);
 
+    // note: a file with a face reference outside its lists is rejected with
+    // an error block naming the file and a line holding such a reference
+    // (the reasons are with obj_check_references).
     if (!pfx::obj_check_references(lists)) {
         pfx::user_line(L"\xF1\x04" L"ERROR:\x02 Bad reference in face!");
         pfx::user_line(L"\xF1\t File: \x01%ls", name);
