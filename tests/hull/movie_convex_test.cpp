@@ -2,7 +2,7 @@
 // the first equal node, and every memory failure released.
 #include <cmath>
 #include <cstring>
-#include <regex>
+#include <cwctype>
 #include <set>
 #include <vector>
 
@@ -40,8 +40,15 @@ Line memory_line(const char* var, long long count, int size)
 std::vector<Line> without_line_numbers(const std::vector<Line>& lines)
 {
     std::vector<Line> out;
-    const std::wregex number(L"^line \\d+ *");
-    for (const Line& l : lines) out.push_back({l.flag, std::regex_replace(l.text, number, L"line # ")});
+    for (Line l : lines) {
+        if (l.text.rfind(L"line ", 0) == 0) {
+            size_t end = 5;
+            while (end < l.text.size() && iswdigit(l.text[end])) ++end;
+            while (end < l.text.size() && l.text[end] == L' ') ++end;
+            if (end > 5) l.text = L"line # " + l.text.substr(end);
+        }
+        out.push_back(l);
+    }
     return out;
 }
 
