@@ -7,42 +7,52 @@ namespace {
 
 [[maybe_unused]] constexpr char kModule[] = "movie_OGL";
 
-// Corner order of the triangles a polygon gives: a quad is cut along its
-// 0-2 diagonal into (0, 1, 2) and (2, 3, 0).
-constexpr int kTriangleCorners[3] = {0, 1, 2};
-constexpr int kQuadCorners[6] = {0, 1, 2, 2, 3, 0};
-
-// Calls emit(corner) for each buffer entry of the polygon, in buffer order.
-// False for a polygon that is neither a triangle nor a quad.
-template <class Emit>
-inline bool for_each_corner(const Movie_Poly& poly, Emit&& emit)
-{
-    const int* corners;
-    int count;
-    if (poly.Node_Id_Nb == 3) {
-        corners = kTriangleCorners;
-        count = 3;
-    } else if (poly.Node_Id_Nb == 4) {
-        corners = kQuadCorners;
-        count = 6;
-    } else {
-        return false;
-    }
-    for (int i = 0; i < count; ++i) emit(corners[i]);
-    return true;
-}
-
-// The common walk: every polygon in order; a fill returns 0 on the first
-// polygon that can't be cut into triangles.
-template <class T, class PerCorner>
-long long fill(const Movie_Objs& obj, T* out, PerCorner&& per_corner)
+// The common walk over the polygons in order. A triangle gives its corners
+// 0, 1, 2; a quad is cut along its 0-2 diagonal into (0, 1, 2) and
+// (2, 3, 0). put(poly, corner, out) writes one entry and returns the next
+// place. A fill returns 0 on the first polygon of another corner count.
+// The two shapes are spelled out rather than looked up in a table: this
+// loop is the whole cost of a buffer build on large objects.
+template <class T, class Put>
+long long fill(const Movie_Objs& obj, T* out, Put&& put)
 {
     T* p = out;
-    for (int k = 0; k < obj.Poly_Nb; ++k) {
-        const Movie_Poly& poly = obj.Poly_Pt[k];
-        if (!for_each_corner(poly, [&](int c) { p = per_corner(poly, c, p); })) return 0;
+    const Movie_Poly* poly = obj.Poly_Pt;
+    const Movie_Poly* const end = poly + (obj.Poly_Nb > 0 ? obj.Poly_Nb : 0);
+    for (; poly != end; ++poly) {
+        if (poly->Node_Id_Nb == 3) {
+            p = put(*poly, 0, p);
+            p = put(*poly, 1, p);
+            p = put(*poly, 2, p);
+        } else if (poly->Node_Id_Nb == 4) {
+            p = put(*poly, 0, p);
+            p = put(*poly, 1, p);
+            p = put(*poly, 2, p);
+            p = put(*poly, 2, p);
+            p = put(*poly, 3, p);
+            p = put(*poly, 0, p);
+        } else {
+            return 0;
+        }
     }
     return p - out;
+}
+
+// Mean of the corner nodes' R, G and B with the last corner's A; the count
+// is a constant for the shapes that matter, so the divisions are cheap.
+template <int N>
+inline uint32_t mean_color(const Movie_Node* nodes, const Movie_Poly& poly)
+{
+    unsigned r = 0, g = 0, b = 0;
+    Rgba c{};
+    for (int j = 0; j < N; ++j) {
+        c = color_bytes(nodes[poly.Node_Id[j]].Color);
+        r += c.r;
+        g += c.g;
+        b += c.b;
+    }
+    return pack_color({static_cast<uint8_t>(r / N), static_cast<uint8_t>(g / N),
+                       static_cast<uint8_t>(b / N), c.a});
 }
 
 inline float* put3(float* p, const float* v)
@@ -72,17 +82,13 @@ uint32_t pack_color(Rgba c)
 uint32_t flat_color(const Movie_Objs& obj, const Movie_Poly& poly)
 {
     if (poly.Color != 0) return poly.Color;
-    const int n = poly.Node_Id_Nb;
-    unsigned r = 0, g = 0, b = 0;
-    for (int j = 0; j < n; ++j) {
-        const Rgba c = color_bytes(obj.Node_Pt[poly.Node_Id[j]].Color);
-        r += c.r;
-        g += c.g;
-        b += c.b;
+    switch (poly.Node_Id_Nb) {
+    case 1: return mean_color<1>(obj.Node_Pt, poly);
+    case 2: return mean_color<2>(obj.Node_Pt, poly);
+    case 3: return mean_color<3>(obj.Node_Pt, poly);
+    case 4: return mean_color<4>(obj.Node_Pt, poly);
+    default: return 0;
     }
-    const Rgba last = color_bytes(obj.Node_Pt[poly.Node_Id[n - 1]].Color);
-    return pack_color({static_cast<uint8_t>(r / n), static_cast<uint8_t>(g / n),
-                       static_cast<uint8_t>(b / n), last.a});
 }
 
 long long fill_vertex(const Movie_Objs& obj, float* out)
@@ -124,15 +130,23 @@ long long fill_color_smooth(const Movie_Objs& obj, uint32_t* out)
 
 long long fill_color_flat(const Movie_Objs& obj, uint32_t* out)
 {
-    long long n = 0;
+    const Movie_Node* nodes = obj.Node_Pt;
+    uint32_t* p = out;
     for (int k = 0; k < obj.Poly_Nb; ++k) {
         const Movie_Poly& poly = obj.Poly_Pt[k];
-        const int corners = poly.Node_Id_Nb == 3 ? 3 : poly.Node_Id_Nb == 4 ? 6 : 0;
-        if (corners == 0) return 0;
-        const uint32_t color = flat_color(obj, poly);
-        for (int i = 0; i < corners; ++i) out[n++] = color;
+        if (poly.Node_Id_Nb == 3) {
+            const uint32_t c = poly.Color ? poly.Color : mean_color<3>(nodes, poly);
+            p[0] = p[1] = p[2] = c;
+            p += 3;
+        } else if (poly.Node_Id_Nb == 4) {
+            const uint32_t c = poly.Color ? poly.Color : mean_color<4>(nodes, poly);
+            p[0] = p[1] = p[2] = p[3] = p[4] = p[5] = c;
+            p += 6;
+        } else {
+            return 0;
+        }
     }
-    return n;
+    return p - out;
 }
 
 } // namespace pfx::render

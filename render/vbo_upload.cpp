@@ -23,11 +23,13 @@ long long upload(GLuint& field, const void* data, long long entries)
 
 // The scratch arrays are named as the memory-error lines report them
 // ("vertex_pt", "normal_pt", "color_pt"), each with room for six corners
-// per polygon.
+// per polygon. On large objects the first touch of a fresh array's pages
+// costs several times the fill itself, hence the huge-page hint.
 long long build_vertex(Movie_Objs& obj)
 {
     float* vertex_pt = nullptr;
     if (!PFX_MALLOC(vertex_pt, obj.Poly_Nb * kFloatsPerPoly, 4)) return 0;
+    advise_huge(vertex_pt, size_t(obj.Poly_Nb) * kFloatsPerPoly * 4);
     const long long n = upload(obj.VBO_Vertex, vertex_pt, fill_vertex(obj, vertex_pt));
     std::free(vertex_pt);
     return n;
@@ -37,6 +39,7 @@ long long build_normal(Movie_Objs& obj, bool flat)
 {
     float* normal_pt = nullptr;
     if (!PFX_MALLOC(normal_pt, obj.Poly_Nb * kFloatsPerPoly, 4)) return 0;
+    advise_huge(normal_pt, size_t(obj.Poly_Nb) * kFloatsPerPoly * 4);
     const long long written = flat ? fill_normal_flat(obj, normal_pt)
                                    : fill_normal_smooth(obj, normal_pt);
     const long long n =
@@ -49,6 +52,7 @@ long long build_color(Movie_Objs& obj, bool flat)
 {
     uint32_t* color_pt = nullptr;
     if (!PFX_MALLOC(color_pt, obj.Poly_Nb * kColorsPerPoly, 4)) return 0;
+    advise_huge(color_pt, size_t(obj.Poly_Nb) * kColorsPerPoly * 4);
     const long long written = flat ? fill_color_flat(obj, color_pt)
                                    : fill_color_smooth(obj, color_pt);
     const long long n = upload(flat ? obj.VBO_Color_Flat : obj.VBO_Color_Smooth, color_pt, written);

@@ -2,7 +2,7 @@
 // built, what they hold, what a reset deletes, the fall-back to immediate
 // mode, and the GL state a draw leaves behind.
 #include <cstdint>
-#include <regex>
+#include <cwctype>
 #include <string>
 #include <vector>
 
@@ -63,8 +63,14 @@ Log join(std::initializer_list<Log> parts)
 std::vector<Line> without_line_numbers(const std::vector<Line>& lines)
 {
     std::vector<Line> out;
-    const std::wregex number(L"^line \\d+ *");
-    for (const Line& l : lines) out.push_back({l.flag, std::regex_replace(l.text, number, L"line # ")});
+    for (Line l : lines) {
+        if (l.text.rfind(L"line ", 0) == 0) {
+            size_t end = 5;
+            while (end < l.text.size() && (iswdigit(l.text[end]) || l.text[end] == L' ')) ++end;
+            l.text = L"line # " + l.text.substr(end);
+        }
+        out.push_back(l);
+    }
     return out;
 }
 Line memory_line(const char* var, long long count)
