@@ -61,6 +61,9 @@ private:
 
 // The writers' output buffer. A large buffer makes the speed; when it can't
 // be had a small one still writes the same bytes.
+// note: should even the small one fail, the writes are dropped and the file
+// is left short; the writers still give 1, since nothing written after the
+// file opened is checked and their result only says that it opened.
 class WriterBuffer {
 public:
     explicit WriterBuffer(FILE* file)
