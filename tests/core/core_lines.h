@@ -1,7 +1,6 @@
 // Expected message lines of the core operations, for transcript tests.
 #pragma once
 
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -29,10 +28,14 @@ inline Line note_line(const std::wstring& text) { return {MSG_NOTE, text}; }
 inline bool is_memory_line(const Line& l, const std::wstring& module, const std::wstring& rest)
 {
     if (l.flag != MSG_MEMORY) return false;
-    static const std::wregex head(L"line [0-9]+ *of ");
-    std::wsmatch m;
-    if (!std::regex_search(l.text, m, head) || m.position(0) != 0) return false;
-    return l.text.substr(m.length(0)) == module + L" \nmemory error in " + rest;
+    const std::wstring& t = l.text;
+    if (t.compare(0, 5, L"line ") != 0) return false;
+    size_t i = 5;
+    const size_t digits = i;
+    while (i < t.size() && t[i] >= L'0' && t[i] <= L'9') ++i;
+    if (i == digits) return false;
+    while (i < t.size() && t[i] == L' ') ++i;
+    return t.compare(i, std::wstring::npos, L"of " + module + L" \nmemory error in " + rest) == 0;
 }
 
 } // namespace pfx_test
