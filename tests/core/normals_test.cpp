@@ -182,6 +182,15 @@ TEST_F(InitNormTest, RefusalsInOrder)
     EXPECT_EQ(done->Node_Pt[0].Poly_Id_Nb, 0);
 }
 
+TEST_F(InitNormTest, PolygonNamingAMissingNodeIsSkipped)
+{
+    ObjectPtr obj(make_object({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 1, 7}, {2, 1, -1}}));
+    obj->Poly_Pt[1].Size = 5.0f;
+    ASSERT_EQ(Movie_Init_Norm(obj.get()), 1);
+    EXPECT_EQ(obj->Poly_Pt[1].Size, 5.0f);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(links(obj->Node_Pt[i]), std::vector<int>{0});
+}
+
 TEST_F(InitNormTest, DoesNotSetNormalsDone)
 {
     ObjectPtr obj(make_tetrahedron());
