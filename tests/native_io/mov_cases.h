@@ -101,6 +101,15 @@ inline std::vector<Line> unreadable(const std::wstring& name)
     return {user(L"\xF1\x04" L"ERROR:\x02 Unable to read the file!"), user(L"\xF1\t \x01" + name + L".mov")};
 }
 
+// The module named by a memory-error line ("line %-4d of <module> \n...").
+inline std::wstring memory_module(const Line& l)
+{
+    size_t of = l.text.find(L" of ");
+    size_t end = l.text.find(L" \n");
+    if (l.flag != MSG_MEMORY || of == std::wstring::npos || end == std::wstring::npos || end < of) return L"";
+    return l.text.substr(of + 4, end - of - 4);
+}
+
 inline std::vector<Line> join(std::vector<Line> a, const std::vector<Line>& b)
 {
     a.insert(a.end(), b.begin(), b.end());
