@@ -73,6 +73,7 @@ int assign_polygons(Movie_Objs* obj, const Movie_Poly* poly, PartRange range, in
     int n = range.stop - range.start + 1;
     if (n > 0) {
         if (!PFX_CALLOC_AS(obj->Poly_Pt, n, pfx::kPolyRecordBytes, "(*obj)[k]->Poly_Pt")) return 0;
+        pfx::advise_huge(obj->Poly_Pt, static_cast<std::size_t>(n) * sizeof(Movie_Poly));
         obj->Poly_Nb = n;
     }
     for (int i = 0; i < n; ++i) {
@@ -109,6 +110,7 @@ bool carve_nodes(Movie_Objs* obj, Movie_Node* node, int node_nb)
     // object without nodes has it.
     if (used > 0) {
         if (!PFX_CALLOC_AS(obj->Node_Pt, used, pfx::kNodeRecordBytes, "(*obj)[k]->Node_Pt")) return false;
+        pfx::advise_huge(obj->Node_Pt, static_cast<std::size_t>(used) * sizeof(Movie_Node));
         obj->Node_Nb = used;
     }
     obj->Pos_Done = 1;

@@ -3,6 +3,7 @@
 // are shells around one block writer.
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 
 #include "polyfex.h"
@@ -10,6 +11,7 @@
 #include "core/diag.h"
 #include "core/platform.h"
 #include "core/text_out.h"
+#include "native_io/mov_format.h"
 
 namespace {
 
@@ -22,6 +24,42 @@ int corners(const Movie_Poly& poly)
 {
     return poly.Node_Id_Nb < 0 ? 0 : poly.Node_Id_Nb > 4 ? 4 : poly.Node_Id_Nb;
 }
+
+// One line is put together in a small array and handed over whole: the
+// digits come from the shared formatters, the padding is written here.
+class Line {
+public:
+    void fixed(float v, int width, int precision)
+    {
+        char digits[400];
+        std::size_t n = pfx::mov::format_float_fixed(digits, v, precision);
+        if (n == 0) n = pfx::format_fixed(digits, sizeof digits, v, precision);
+        pad(digits, n, width);
+    }
+    void integer(long long v, int width)
+    {
+        char digits[32];
+        pad(digits, pfx::format_int(digits, sizeof digits, v), width);
+    }
+    void put(char c) { text_[len_++] = c; }
+    void flush_to(pfx::OutBuf& out)
+    {
+        out.put(text_, len_);
+        len_ = 0;
+    }
+
+private:
+    // Right-aligned in width, as "%*d" and "%*.*f" align.
+    void pad(const char* digits, std::size_t n, int width)
+    {
+        if (len_ + n + static_cast<std::size_t>(width) + 2 > sizeof text_) return;
+        for (std::size_t i = n; i < static_cast<std::size_t>(width); ++i) text_[len_++] = ' ';
+        std::memcpy(text_ + len_, digits, n);
+        len_ += n;
+    }
+    char text_[1600];
+    std::size_t len_ = 0;
+};
 
 struct Totals {
     long long nb_obj = 0, nodes = 0, polys = 0, connect = 0;
@@ -62,9 +100,17 @@ void write_nodes(pfx::OutBuf& out, Movie_Objs* const* objs)
         // The caller's object gets its positions computed, as any reader of
         // Pos would compute them.
         if (!obj->Pos_Done) Movie_Compute_Pos(obj);
+        Line line;
         for (int i = 0; i < obj->Node_Nb; ++i) {
             const Vector_4& p = obj->Node_Pt[i].Pos;
-            out.fixed(p.x, 12, 5).put(' ').fixed(p.y, 12, 5).put(' ').fixed(p.z, 12, 5).put(" \n");
+            line.fixed(p.x, 12, 5);
+            line.put(' ');
+            line.fixed(p.y, 12, 5);
+            line.put(' ');
+            line.fixed(p.z, 12, 5);
+            line.put(' ');
+            line.put('\n');
+            line.flush_to(out);
         }
     }
 }
@@ -72,6 +118,7 @@ void write_nodes(pfx::OutBuf& out, Movie_Objs* const* objs)
 void write_connect(pfx::OutBuf& out, Movie_Objs* const* objs, Pfx_Progress progress)
 {
     long long offset = 0;
+    Line line;
     for (; *objs; ++objs) {
         const Movie_Objs* obj = *objs;
         for (int i = 0; i < obj->Poly_Nb; ++i) {
@@ -80,9 +127,11 @@ void write_connect(pfx::OutBuf& out, Movie_Objs* const* objs, Pfx_Progress progr
             int n = corners(poly);
             for (int j = 0; j < n; ++j) {
                 long long number = poly.Node_Id[j] + offset + 1;
-                out.integer(j == n - 1 ? -number : number, 6).put(' ');
+                line.integer(j == n - 1 ? -number : number, 6);
+                line.put(' ');
             }
-            out.put('\n');
+            line.put('\n');
+            line.flush_to(out);
         }
         offset += obj->Node_Nb;
     }
