@@ -115,7 +115,10 @@ struct AxisCells {
 inline AxisCells axis_cells(float v)
 {
     if (std::fabs(v) < kExactOnly) {
-        const double d = static_cast<double>(v) * kCellScale; // exact
+        // Cells are shifted by half a cell, so that round coordinates (grid
+        // meshes, whole millimetres) sit inside a cell rather than on its
+        // edge, where both neighbours would have to be searched.
+        const double d = static_cast<double>(v) * kCellScale + 0.5; // exact
         const double f = std::floor(d);
         return {static_cast<int64_t>(f), d - f < kReach ? -1 : 0, (f + 1.0) - d <= kReach ? 1 : 0};
     }
@@ -171,7 +174,10 @@ struct CellHash {
                  IsHashed is_hashed, bool& rebuilt)
     {
         rebuilt = false;
-        if (!cell_next && !PFX_MALLOC(cell_next, room, sizeof(int32_t))) return false;
+        if (!cell_next) {
+            if (!PFX_MALLOC(cell_next, room, sizeof(int32_t))) return false;
+            pfx::advise_huge(cell_next, static_cast<size_t>(room) * sizeof(int32_t));
+        }
         long long size = cell_head ? static_cast<long long>(mask) + 1 : 0;
         if (size && (held + adding) * 2 <= size) return true;
         if (!size) size = 4096;
@@ -180,6 +186,7 @@ struct CellHash {
         if (!PFX_MALLOC_AS(fresh, size, sizeof(int32_t), "cell_head")) return false;
         std::free(cell_head);
         cell_head = fresh;
+        pfx::advise_huge(cell_head, static_cast<size_t>(size) * sizeof(int32_t));
         std::memset(cell_head, 0xff, static_cast<size_t>(size) * sizeof(int32_t));
         mask = static_cast<uint32_t>(size - 1);
         held = 0;
@@ -294,6 +301,7 @@ bool build(Movie_Objs* obj, int nb_poly, const STL_Facet* facets, const FirstCor
     const int nodes = obj->Node_Nb;
     if (nodes > 0) {
         if (!PFX_CALLOC(obj->Node_Pt, nodes, pfx::kNodeRecordBytes)) return false;
+        pfx::advise_huge(obj->Node_Pt, static_cast<size_t>(nodes) * sizeof(Movie_Node));
         for (int k = 0; k < nodes; ++k) {
             const Vector_4 v{corner[k].x, corner[k].y, corner[k].z, 0.0f};
             obj->Node_Pt[k].Coord = v;
@@ -302,6 +310,7 @@ bool build(Movie_Objs* obj, int nb_poly, const STL_Facet* facets, const FirstCor
     }
     if (nb_poly <= 0) return true;
     if (!PFX_CALLOC(obj->Poly_Pt, nb_poly, pfx::kPolyRecordBytes)) return false;
+    pfx::advise_huge(obj->Poly_Pt, static_cast<size_t>(nb_poly) * sizeof(Movie_Poly));
     Movie_Node* nodes_pt = obj->Node_Pt;
     for (int f = 0; f < nb_poly; ++f) {
         Movie_Poly& poly = obj->Poly_Pt[f];

@@ -309,11 +309,11 @@ TEST_F(StlWeldTest, RandomMeshesMatchThePlainSearch)
 
 TEST_F(StlWeldTest, CornersAtCellAndToleranceEdgesMatchThePlainSearch)
 {
-    // Points on and next to multiples of 2^-12 and of the tolerance, around
+    // Points on and next to multiples of 2^-13 and of the tolerance, around
     // zero (both signs) and around the binades near 128 and 2^40.
     std::vector<float> bases;
     for (int k = -6; k <= 6; ++k) {
-        const float q = static_cast<float>(k) / 4096.0f;
+        const float q = (static_cast<float>(k) + (k % 2 ? 0.5f : 0.0f)) / 4096.0f;
         bases.insert(bases.end(), {q, std::nextafter(q, -1.0f), std::nextafter(q, 1.0f), q + kTol, q - kTol,
                                    static_cast<float>(k) * kTol});
     }
