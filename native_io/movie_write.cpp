@@ -49,7 +49,9 @@ public:
     }
 
 private:
-    // Right-aligned in width, as "%*d" and "%*.*f" align.
+    // Right-aligned in width, as "%*d" and "%*.*f" align. A line holds at
+    // most three coordinates of a float (47 characters each at most) or four
+    // integers, far below the array; the guard only keeps it that way.
     void pad(const char* digits, std::size_t n, int width)
     {
         if (len_ + n + static_cast<std::size_t>(width) + 2 > sizeof text_) return;
