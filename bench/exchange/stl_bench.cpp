@@ -131,6 +131,8 @@ struct Workloads {
         Movie_Objs* far = torus(707, 707, true);
         write(far, "far_bin", false);
         release(far);
+        // The files just written go to disk now, not during the first timings.
+        sync();
     }
     ~Workloads()
     {
