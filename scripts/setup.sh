@@ -4,7 +4,7 @@ set -euo pipefail
 PKGS=(cmake ninja-build g++ pkg-config
       libgtest-dev libgmock-dev googletest libbenchmark-dev libfast-float-dev
       libglew-dev libgl-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev libcli11-dev
-      libqhull-dev libassimp-dev assimp-testmodels libtinyobjloader-dev
+      libqhull-dev libassimp-dev assimp-testmodels libtinyobjloader-dev python3
       python3-ezdxf view3dscene)
 missing=()
 for p in "${PKGS[@]}"; do
