@@ -5,12 +5,12 @@
 // an index, and only the first Node_Id_Nb corners of a polygon are read.
 #include <cmath>
 
+#include "core/index_check.h"
 #include "polyfex.h"
 
 namespace {
+using pfx::in_range;
 [[maybe_unused]] constexpr char kModule[] = "movie_func";
-
-bool in_range(int i, int n) { return static_cast<unsigned>(i) < static_cast<unsigned>(n); }
 
 int corner_count(const Movie_Poly& poly)
 {

@@ -3,13 +3,13 @@
 #include <cmath>
 
 #include "core/diag.h"
+#include "core/index_check.h"
 #include "core/volume.h"
 #include "polyfex.h"
 
 namespace {
+using pfx::in_range;
 [[maybe_unused]] constexpr char kModule[] = "movie_func";
-
-bool in_range(int i, int n) { return static_cast<unsigned>(i) < static_cast<unsigned>(n); }
 
 struct Box {
     float min[3];
@@ -62,10 +62,8 @@ double surface(const Movie_Objs& obj)
         const Movie_Poly& poly = obj.Poly_Pt[p];
         const int count = poly.Node_Id_Nb;
         if (count != 3 && count != 4) continue;
-        bool ok = true;
-        for (int j = 0; j < count; ++j) ok = ok && in_range(poly.Node_Id[j], obj.Node_Nb);
         // note: a face naming a node outside the array measures nothing.
-        if (!ok) continue;
+        if (!pfx::corners_in_range(poly, count, obj.Node_Nb)) continue;
         const Vector_4& p0 = nodes[poly.Node_Id[0]].Pos;
         const Vector_4& p2 = nodes[poly.Node_Id[2]].Pos;
         sum += triangle_area(p0, nodes[poly.Node_Id[1]].Pos, p2);

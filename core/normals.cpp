@@ -1,18 +1,14 @@
 // Node-to-polygon links, polygon normals and node normals.
 #include "core/diag.h"
 #include "core/face_geometry.h"
+#include "core/index_check.h"
 #include "core/alloc.h"
 #include "polyfex.h"
 
 namespace {
 constexpr char kModule[] = "movie_func";
 
-bool corners_in_range(const Movie_Poly& poly, int count, int node_nb)
-{
-    for (int j = 0; j < count; ++j)
-        if (static_cast<unsigned>(poly.Node_Id[j]) >= static_cast<unsigned>(node_nb)) return false;
-    return true;
-}
+using pfx::corners_in_range;
 
 // Folds the polygon's normal into node n's running mean and links n to the
 // polygon. False when n's list could not grow (n is then left as it was).

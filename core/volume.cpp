@@ -4,12 +4,12 @@
 #include <cmath>
 #include <utility>
 
+#include "core/index_check.h"
+
 namespace {
 [[maybe_unused]] constexpr char kModule[] = "movie_func";
 
 constexpr double kFlat = 1e-6;
-
-bool in_range(int i, int n) { return static_cast<unsigned>(i) < static_cast<unsigned>(n); }
 
 // The line s = a*t + b through corners i and j, in coordinates local to the
 // leftmost corner (t = x - x1, s = y - y1), which keeps the cubic terms small.
@@ -85,10 +85,8 @@ double volume_sum(const Movie_Objs& obj)
         const Movie_Poly& poly = obj.Poly_Pt[p];
         const int count = poly.Node_Id_Nb;
         if (count != 3 && count != 4) continue;
-        bool ok = true;
-        for (int j = 0; j < count; ++j) ok = ok && in_range(poly.Node_Id[j], obj.Node_Nb);
         // note: a face naming a node outside the array adds nothing.
-        if (!ok) continue;
+        if (!pfx::corners_in_range(poly, count, obj.Node_Nb)) continue;
         double x[4], y[4], z[4];
         for (int j = 0; j < count; ++j) {
             const Vector_4& pos = nodes[poly.Node_Id[j]].Pos;

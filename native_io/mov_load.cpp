@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "core/diag.h"
 #include "core/platform.h"
 
 namespace pfx::mov {
@@ -33,15 +34,14 @@ void form_path(wchar_t* out, const wchar_t* dir, const wchar_t* name)
     out[len] = L'\0';
 }
 
-Load load_file(const wchar_t* dir, const wchar_t* name, FileBytes& bytes, int* err,
-               const char* module)
+Load load_file(const wchar_t* dir, const wchar_t* name, FileBytes& bytes, const char* module)
 {
     wchar_t path[kPathChars + 1];
     form_path(path, dir, name);
     errno = 0;
     FILE* file = open_file(path, "r");
     if (!file) {
-        *err = errno;
+        report_read_open_failure(kOpenFailureDefault, dir, name, errno);
         return Load::OpenFailed;
     }
     FileCloser closer{file};
@@ -51,7 +51,7 @@ Load load_file(const wchar_t* dir, const wchar_t* name, FileBytes& bytes, int* e
     // text for the error.
     if (!read_file_bytes(file, bytes, __LINE__, module, "buffer")) {
         if (!std::ferror(file)) return Load::MemoryFailed;
-        *err = errno ? errno : EIO;
+        report_read_open_failure(kOpenFailureDefault, dir, name, errno ? errno : EIO);
         return Load::OpenFailed;
     }
     return Load::Done;

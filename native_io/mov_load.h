@@ -18,10 +18,9 @@ void form_path(wchar_t* out, const wchar_t* dir, const wchar_t* name);
 enum class Load { Done, OpenFailed, MemoryFailed };
 
 // Opens dir + name + ".mov" for reading in text mode and takes all its bytes;
-// the file is closed again before this returns. OpenFailed leaves the errno
-// of the failed open or read in *err; MemoryFailed has already sent its
-// memory-error line with the module tag given.
-Load load_file(const wchar_t* dir, const wchar_t* name, FileBytes& bytes, int* err,
-               const char* module);
+// the file is closed again before this returns. OpenFailed has already sent
+// the file-open failure block, MemoryFailed its memory-error line with the
+// module tag given.
+Load load_file(const wchar_t* dir, const wchar_t* name, FileBytes& bytes, const char* module);
 
 } // namespace pfx::mov

@@ -73,16 +73,9 @@ const char* check_head(const wchar_t* name, const Header& h, const char*& p, con
 Outcome read_single(const wchar_t* dir, const wchar_t* name)
 {
     pfx::FileBytes bytes;
-    int err = 0;
-    switch (load_file(dir, name, bytes, &err, kModule)) {
-    case Load::OpenFailed:
-        pfx::report_read_open_failure(pfx::kOpenFailureDefault, dir, name, err);
-        return fail("! fil_mov");
-    case Load::MemoryFailed:
-        return {};
-    case Load::Done:
-        break;
-    }
+    const Load load = load_file(dir, name, bytes, kModule);
+    // A null reason: the memory-error line was the whole report.
+    if (load != Load::Done) return fail(load == Load::OpenFailed ? "! fil_mov" : nullptr);
     const char* end = bytes.data + bytes.size;
     Header h;
     const char* p = parse_header(bytes.data, end, h);

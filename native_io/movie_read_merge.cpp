@@ -111,16 +111,9 @@ bool finish_object(Movie_Objs* obj, const wchar_t* dir, const wchar_t* name, int
 Outcome read_merge(const wchar_t* dir, const wchar_t* name, Movie_Objs*** out)
 {
     pfx::FileBytes bytes;
-    int err = 0;
-    switch (load_file(dir, name, bytes, &err, kModule)) {
-    case Load::OpenFailed:
-        pfx::report_read_open_failure(pfx::kOpenFailureDefault, dir, name, err);
-        return fail("! fil_mov");
-    case Load::MemoryFailed:
-        return {};
-    case Load::Done:
-        break;
-    }
+    const Load load = load_file(dir, name, bytes, kModule);
+    // A null reason: the memory-error line was the whole report.
+    if (load != Load::Done) return fail(load == Load::OpenFailed ? "! fil_mov" : nullptr);
     const char* end = bytes.data + bytes.size;
     Header h;
     const char* p = parse_header(bytes.data, end, h);
