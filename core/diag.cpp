@@ -73,32 +73,32 @@ void report_read_open_failure(const OpenFailureLines& lines, const wchar_t* dir,
     Error_Fct(hwnd, MSG_USER, lines.text, Kren_Err_Str);
 }
 
+void user_path_lines(const wchar_t* path)
+{
+    if (!path) path = L"";
+    // note: a path too long for the stack buffers is shown whole on one line.
+    constexpr size_t kCap = 1024;
+    if (wcslen(path) >= kCap) {
+        user_line(L"%ls", path);
+        return;
+    }
+    wchar_t dir[kCap], name[kCap], ext[kCap];
+    Get_Generic_Name(path, dir, name, ext);
+    if (wcslen(dir) + wcslen(name) <= 30) {
+        user_line(L"%ls%ls%ls", dir, name, ext);
+    } else {
+        user_line(L"%ls", dir);
+        user_line(L"%ls%ls", name, ext);
+    }
+}
+
 void report_write_open_failure(const wchar_t* path, int err)
 {
     copy_errno_text(err);
-    size_t n = path ? wcslen(path) : 0;
-    // Three parts of at most the path's length each; a path too long for the
-    // stack buffers is shown whole on one line.
-    constexpr size_t kCap = 1024;
-    wchar_t dir[kCap], name[kCap], ext[kCap];
-    if (n < kCap) {
-        Get_Generic_Name(path ? path : L"", dir, name, ext);
-    } else {
-        dir[0] = 0;
-        ext[0] = 0;
-        name[0] = 0;
-    }
     Error_Fct(hwnd, MSG_USER, "");
     Error_Fct(hwnd, MSG_USER, "------------- WARNING --------------");
     Error_Fct(hwnd, MSG_USER, "Unable to write the file");
-    if (n >= kCap)
-        Error_Fct(hwnd, MSG_USER, L"%ls", path);
-    else if (wcslen(dir) + wcslen(name) <= 30)
-        Error_Fct(hwnd, MSG_USER, L"%ls%ls%ls", dir, name, ext);
-    else {
-        Error_Fct(hwnd, MSG_USER, L"%ls", dir);
-        Error_Fct(hwnd, MSG_USER, L"%ls%ls", name, ext);
-    }
+    user_path_lines(path);
     Error_Fct(hwnd, MSG_USER, L"%ls", Kren_Err_Str);
     Error_Fct(hwnd, MSG_USER, "------------------------------------");
 }

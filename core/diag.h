@@ -79,6 +79,11 @@ void user_line(const Ch* format, A... args)
     Error_Fct(hwnd, MSG_USER, format, args...);
 }
 
+// A path as user lines: one line when directory and name together have at
+// most 30 characters, else the directory on one and name and extension on
+// the next. A null path is an empty one.
+void user_path_lines(const wchar_t* path);
+
 // Copies Error_Perror(err) into Kren_Err_Str, within its capacity.
 void copy_errno_text(int err);
 

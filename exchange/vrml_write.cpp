@@ -29,26 +29,10 @@ unsigned int object_kind(const Movie_Objs& obj)
     return kind == GEOM_POINT || kind == GEOM_LINE || kind == GEOM_POLY ? kind : 0;
 }
 
-// The output path on one line when directory and name together have at most
-// 30 characters, else on two, as in the write-failure block.
 void report_unsupported(const wchar_t* path)
 {
     pfx::user_line(L"Unsuported object type in file:");
-    const size_t n = wcslen(path);
-    // note: a path too long for the stack buffers is shown whole on one line.
-    constexpr size_t kCap = 1024;
-    if (n >= kCap) {
-        pfx::user_line(L"%ls", path);
-        return;
-    }
-    wchar_t dir[kCap], name[kCap], ext[kCap];
-    Get_Generic_Name(path, dir, name, ext);
-    if (wcslen(dir) + wcslen(name) <= 30) {
-        pfx::user_line(L"%ls%ls%ls", dir, name, ext);
-    } else {
-        pfx::user_line(L"%ls", dir);
-        pfx::user_line(L"%ls%ls", name, ext);
-    }
+    pfx::user_path_lines(path);
 }
 
 // Colour components are bytes 0, 1, 2 of the packed word; the arithmetic is
