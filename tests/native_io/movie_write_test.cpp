@@ -1,42 +1,48 @@
+// The ".mov" writers: golden bytes, every number against printf, progress and
+// the open-failure block; then both writers read back by both readers.
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "native_io/mov_cases.h"
+#include "support/capture.h"
 
-using namespace mov_test;
+using pfx_test::Line;
 using pfx_test::ObjectPtr;
-using pfx_test::read_file;
 using pfx_test::P3;
+using pfx_test::read_file;
 using pfx_test::wide;
 
 namespace {
 
 using Writer = int (*)(Movie_Objs**, const wchar_t*, Pfx_Progress);
+using Corners = std::vector<std::vector<int>>;
+
+Line trace(const std::wstring& in_out, const std::wstring& op, const std::wstring& text)
+{
+    return {MSG_TRACE, in_out + L" Polyfex: " + op + L"(" + text + L")"};
+}
 
 class MovieWrite : public pfx_test::PfxTest {
 protected:
-    // Writes the list with writer and returns the file's bytes.
+    // Writes the list to dir/name.mov and returns the file's bytes.
     std::string write(Writer writer, std::vector<Movie_Objs*> list, Pfx_Progress progress = nullptr)
     {
         list.push_back(nullptr);
-        path = pfx_test::temp_dir() + "out.mov";
-        EXPECT_EQ(writer(list.data(), wide(path).c_str(), progress), 1);
-        return read_file(path);
+        EXPECT_EQ(writer(list.data(), (wide(dir) + name + L".mov").c_str(), progress), 1);
+        return read_file(dir + pfx_test::narrow(name) + ".mov");
     }
-    std::string path;
+    std::string dir = pfx_test::temp_dir();
+    std::wstring name = L"out";
 };
 
-std::string golden(const std::string& file)
-{
-    return read_file(pfx_test::test_path("golden/mov/" + file));
-}
-
-// The file as one printf call per number would write it, from each object's
-// current Pos.
+// The file as one printf call per number writes it, from each object's Pos.
 std::string printf_reference(const std::vector<Movie_Objs*>& list, bool merge)
 {
     char buf[64];
@@ -45,28 +51,23 @@ std::string printf_reference(const std::vector<Movie_Objs*>& list, bool merge)
         std::snprintf(buf, sizeof buf, format, v...);
         out += buf;
     };
-    int nodes = 0, polys = 0, connect = 0;
+    int nodes = 0, polys = 0, connect = 0, start = 1, offset = 0;
     for (Movie_Objs* o : list) {
         nodes += o->Node_Nb;
         polys += o->Poly_Nb;
         for (int i = 0; i < o->Poly_Nb; ++i) connect += o->Poly_Pt[i].Node_Id_Nb;
     }
     put("%6d %6d %6d %6d \n", merge ? 1 : static_cast<int>(list.size()), nodes, polys, connect);
-    if (merge) {
-        put("%6d %6d \n", 1, polys);
-    } else {
-        int start = 1;
-        for (Movie_Objs* o : list) {
-            put("%6d %6d \n", start, start + o->Poly_Nb - 1);
-            start += o->Poly_Nb;
-        }
+    if (merge) put("%6d %6d \n", 1, polys);
+    for (Movie_Objs* o : merge ? std::vector<Movie_Objs*>{} : list) {
+        put("%6d %6d \n", start, start + o->Poly_Nb - 1);
+        start += o->Poly_Nb;
     }
     for (Movie_Objs* o : list)
         for (int i = 0; i < o->Node_Nb; ++i) {
             const Vector_4& p = o->Node_Pt[i].Pos;
             put("%12.5f %12.5f %12.5f \n", p.x, p.y, p.z);
         }
-    int offset = 0;
     for (Movie_Objs* o : list) {
         for (int i = 0; i < o->Poly_Nb; ++i) {
             const Movie_Poly& p = o->Poly_Pt[i];
@@ -81,132 +82,158 @@ std::string printf_reference(const std::vector<Movie_Objs*>& list, bool merge)
     return out;
 }
 
-TEST_F(MovieWrite, GoldenWorkedExample)
-{
-    ObjectPtr tri(make_example_triangle()), square(make_example_square());
-    EXPECT_EQ(write(Movie_Write, {tri.get(), square.get()}), example_multi());
-    EXPECT_EQ(sink.lines(), (std::vector<Line>{writer_entry(L"Movie_Write", wide(path)),
-                                               writer_exit(L"Movie_Write", L"done")}));
-    EXPECT_EQ(read_file(path), golden("example.mov"));
-}
-
-TEST_F(MovieWrite, GoldenWorkedExampleMerged)
-{
-    ObjectPtr tri(make_example_triangle()), square(make_example_square());
-    EXPECT_EQ(write(Movie_Write_Merge, {tri.get(), square.get()}), example_merged());
-    EXPECT_EQ(sink.lines(), (std::vector<Line>{writer_entry(L"Movie_Write_Merge", wide(path)),
-                                               writer_exit(L"Movie_Write_Merge", L"done")}));
-    EXPECT_EQ(read_file(path), golden("example_merged.mov"));
-}
-
-TEST_F(MovieWrite, GoldenMixedListAgreesWithPrintf)
-{
-    ObjectPtr mixed(make_mixed_object()), tri(make_example_triangle());
-    ObjectPtr empty(pfx_test::make_object({{-1.5f, 2.25f, 1e6f}}, {}, 0));
-    std::vector<Movie_Objs*> list = {mixed.get(), empty.get(), tri.get()};
-    std::string multi = write(Movie_Write, list);
-    EXPECT_EQ(multi, golden("mixed.mov"));
-    EXPECT_EQ(multi, printf_reference(list, false));
-    std::string merged = write(Movie_Write_Merge, list);
-    EXPECT_EQ(merged, golden("mixed_merged.mov"));
-    EXPECT_EQ(merged, printf_reference(list, true));
-    // The object without polygons gets a range that stops one below its start.
-    EXPECT_NE(multi.find("     6      5 \n"), std::string::npos);
-}
-
-TEST_F(MovieWrite, DigitsMatchPrintfOverManyMagnitudes)
+// Values of many magnitudes, halfway cases and signed zeros, every node in
+// a triangle or the quad.
+Movie_Objs* make_random()
 {
     std::mt19937 rng(1234);
     std::uniform_real_distribution<float> mantissa(-1.0f, 1.0f);
     std::uniform_int_distribution<int> exponent(-12, 12);
-    std::vector<P3> nodes;
-    for (int i = 0; i < 3000; ++i) {
-        auto v = [&] { return mantissa(rng) * std::pow(10.0f, static_cast<float>(exponent(rng))); };
-        nodes.push_back({v(), v(), v()});
+    std::vector<P3> nodes = {{0.000005f, -0.000005f, 0.125f}, {-0.0f, 2.5e-6f, 1e10f}};
+    auto v = [&] { return mantissa(rng) * std::pow(10.0f, static_cast<float>(exponent(rng))); };
+    Corners polys = {{3000, 3001, 0, 1}};
+    for (int i = 0; i < 3000; ++i) nodes.push_back({v(), v(), v()});
+    for (int i = 0; i < 3000; i += 3) polys.push_back({i, i + 1, i + 2});
+    return pfx_test::make_object(nodes, polys);
+}
+
+TEST_F(MovieWrite, GoldensAndEveryDigitAgreeWithPrintf)
+{
+    ObjectPtr tri(mov_test::make_example_triangle()), square(mov_test::make_example_square());
+    ObjectPtr mixed(mov_test::make_mixed_object());
+    ObjectPtr empty(pfx_test::make_object({{-1.5f, 2.25f, 1e6f}}, {}, 0));
+    ObjectPtr random(make_random());
+    const struct {
+        Writer writer;
+        const wchar_t* op;
+        std::vector<Movie_Objs*> list;
+        const char* golden;
+    } rows[] = {
+        {Movie_Write, L"Movie_Write", {tri.get(), square.get()}, "example.mov"},
+        {Movie_Write_Merge, L"Movie_Write_Merge", {tri.get(), square.get()}, "example_merged.mov"},
+        {Movie_Write, L"Movie_Write", {mixed.get(), empty.get(), tri.get()}, "mixed.mov"},
+        {Movie_Write_Merge, L"Movie_Write_Merge", {mixed.get(), empty.get(), tri.get()}, "mixed_merged.mov"},
+        {Movie_Write, L"Movie_Write", {random.get()}, nullptr},
+        {Movie_Write, L"Movie_Write", {}, nullptr},
+        {Movie_Write_Merge, L"Movie_Write_Merge", {}, nullptr},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.golden ? row.golden : "no golden");
+        sink.clear();
+        const std::string text = write(row.writer, row.list);
+        if (row.golden) {
+            EXPECT_EQ(text, read_file(pfx_test::test_path("golden/mov/") + row.golden));
+        }
+        EXPECT_EQ(text, printf_reference(row.list, row.writer == Movie_Write_Merge));
+        const std::wstring path = wide(dir) + L"out.mov";
+        EXPECT_EQ(sink.lines(), (std::vector<Line>{trace(L">>> in ", row.op, path), trace(L"<<< out", row.op, L"done")}));
     }
-    // Halfway cases and signed zeros.
-    nodes.push_back({0.000005f, -0.000005f, 0.125f});
-    nodes.push_back({-0.0f, 2.5e-6f, 1e10f});
-    ObjectPtr obj(pfx_test::make_object(nodes, {{0, 1, 2}, {3000, 3001}}));
-    std::string text = write(Movie_Write, {obj.get()});
-    EXPECT_EQ(text, printf_reference({obj.get()}, false));
-}
-
-TEST_F(MovieWrite, EmptyListsWriteValidHeaders)
-{
-    EXPECT_EQ(write(Movie_Write, {}), "     0      0      0      0 \n");
-    EXPECT_EQ(write(Movie_Write_Merge, {}), "     1      0      0      0 \n     1      0 \n");
-}
-
-TEST_F(MovieWrite, ComputesStalePositionsWithTheDisplacement)
-{
-    ObjectPtr obj(pfx_test::make_object({{1, 1, 1}, {2, 2, 2}}, {{0, 1}}, GEOM_LINE | DISPLACED));
-    obj->Node_Pt[1].Displ = {0.5f, -1.0f, 3.0f, 0.0f};
-    ASSERT_EQ(obj->Pos_Done, 0);
-    std::string text = write(Movie_Write, {obj.get()});
-    EXPECT_EQ(obj->Pos_Done, 1);
-    EXPECT_NE(text.find("     2.50000      1.00000      5.00000 \n"), std::string::npos);
-    // Positions already computed are written as they are.
-    obj->Node_Pt[1].Pos.x = 9.0f;
-    EXPECT_NE(write(Movie_Write, {obj.get()}).find("     9.00000 "), std::string::npos);
-}
-
-TEST_F(MovieWrite, SecondObjectsNodesFollowTheFirstObjects)
-{
-    ObjectPtr a(make_example_triangle()), b(make_example_square()), c(make_example_triangle());
-    std::string text = write(Movie_Write, {a.get(), b.get(), c.get()});
-    EXPECT_NE(text.find("     8      9    -10 \n"), std::string::npos);
+    // Positions once computed are written as they are.
+    mixed->Node_Pt[3].Pos.x = 9.0f;
+    EXPECT_NE(write(Movie_Write, {mixed.get()}).find("\n     9.00000 "), std::string::npos);
 }
 
 TEST_F(MovieWrite, ReportsProgressEvery1024Polygons)
 {
     static std::vector<int> calls;
-    calls.clear();
     std::vector<P3> nodes = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
-    std::vector<std::vector<int>> polys(2500, std::vector<int>{0, 1, 2});
-    ObjectPtr big(pfx_test::make_object(nodes, polys));
+    ObjectPtr big(pfx_test::make_object(nodes, Corners(2500, std::vector<int>{0, 1, 2})));
     ObjectPtr none(pfx_test::make_object(nodes, {}));
     Pfx_Progress progress = [](int amount) { calls.push_back(amount); };
     write(Movie_Write, {big.get(), none.get()}, progress);
     EXPECT_EQ(calls, (std::vector<int>{1024, 1024, 1024}));
     calls.clear();
     write(Movie_Write_Merge, {none.get(), big.get(), big.get()}, progress);
-    EXPECT_EQ(calls.size(), 6u);
+    EXPECT_EQ(calls, std::vector<int>(6, 1024));
 }
 
-TEST_F(MovieWrite, OpenFailurePrintsThePathOnOneOrTwoLines)
+TEST_F(MovieWrite, RefusesAMissingListAndPrintsAnUnwritablePathOnOneOrTwoLines)
 {
     const std::wstring why = Error_Perror(ENOENT);
-    auto block = [&](const std::wstring& op, const std::wstring& path,
-                     const std::vector<std::wstring>& path_lines) {
-        std::vector<Line> lines = {writer_entry(op, path), user(L""), user(L"------------- WARNING --------------"),
-                                   user(L"Unable to write the file")};
-        for (const std::wstring& l : path_lines) lines.push_back(user(l));
-        lines.push_back(user(why));
-        lines.push_back(user(L"------------------------------------"));
-        lines.push_back(writer_exit(op, L"! _wfopen"));
+    auto block = [&](const std::wstring& op, const std::wstring& path, const std::vector<std::wstring>& path_lines) {
+        std::vector<Line> lines = {trace(L">>> in ", op, path), {MSG_USER, L""},
+                                   {MSG_USER, L"------------- WARNING --------------"},
+                                   {MSG_USER, L"Unable to write the file"}};
+        for (const std::wstring& l : path_lines) lines.push_back({MSG_USER, l});
+        lines.push_back({MSG_USER, why});
+        lines.push_back({MSG_USER, L"------------------------------------"});
+        lines.push_back(trace(L"<<< out", op, L"! _wfopen"));
         return lines;
     };
     std::vector<Movie_Objs*> list = {nullptr};
-    // Directory and name: 17 + 13 = 30 characters.
-    const std::wstring p30 = L"/no_such_dir_mov/abcdefghijklm.mov";
+    // Directory and name: 17 + 13 = 30 characters fit one line, 31 do not.
+    const std::wstring p30 = L"/no_such_dir_mov/abcdefghijklm.mov", p31 = L"/no_such_dir_mov/abcdefghijklmn.mov";
     EXPECT_EQ(Movie_Write(list.data(), p30.c_str(), nullptr), 0);
     EXPECT_EQ(sink.lines(), block(L"Movie_Write", p30, {p30}));
     EXPECT_EQ(std::wstring(Kren_Err_Str), why);
     sink.clear();
-    const std::wstring p31 = L"/no_such_dir_mov/abcdefghijklmn.mov";
     EXPECT_EQ(Movie_Write_Merge(list.data(), p31.c_str(), nullptr), 0);
-    EXPECT_EQ(sink.lines(),
-              block(L"Movie_Write_Merge", p31, {L"/no_such_dir_mov/", L"abcdefghijklmn.mov"}));
+    EXPECT_EQ(sink.lines(), block(L"Movie_Write_Merge", p31, {L"/no_such_dir_mov/", L"abcdefghijklmn.mov"}));
+    sink.clear();
+    const std::wstring path = wide(dir + "none.mov");
+    EXPECT_EQ(Movie_Write(nullptr, path.c_str(), nullptr), 0);
+    EXPECT_EQ(sink.lines(), (std::vector<Line>{trace(L">>> in ", L"Movie_Write", path),
+                                               trace(L"<<< out", L"Movie_Write", L"! objs")}));
+    EXPECT_EQ(read_file(dir + "none.mov"), "");
 }
 
-TEST_F(MovieWrite, RefusesAMissingList)
+// Nodes and polygons of objs as a reader gives them back in one object:
+// positions to the written "%12.5f", every quad (a, b, c, d) as (a, b, c) in
+// place and (a, c, d) after all the others.
+void expect_read_back(const Movie_Objs* got, const std::vector<Movie_Objs*>& objs)
 {
-    const std::wstring path = wide(pfx_test::temp_dir() + "none.mov");
-    EXPECT_EQ(Movie_Write(nullptr, path.c_str(), nullptr), 0);
-    EXPECT_EQ(sink.lines(), (std::vector<Line>{writer_entry(L"Movie_Write", path),
-                                               writer_exit(L"Movie_Write", L"! objs")}));
-    EXPECT_EQ(read_file(pfx_test::narrow(path)), "");
+    ASSERT_NE(got, nullptr);
+    std::vector<float> want, have;
+    Corners want_polys, tail, have_polys;
+    char buf[64];
+    int offset = 0;
+    for (Movie_Objs* o : objs) {
+        for (const Movie_Node& n : std::vector<Movie_Node>(o->Node_Pt, o->Node_Pt + o->Node_Nb))
+            for (float v : {n.Pos.x, n.Pos.y, n.Pos.z}) {
+                std::snprintf(buf, sizeof buf, "%12.5f", v);
+                want.push_back(std::strtof(buf, nullptr));
+            }
+        for (const Movie_Poly& p : std::vector<Movie_Poly>(o->Poly_Pt, o->Poly_Pt + o->Poly_Nb)) {
+            std::vector<int> c(p.Node_Id, p.Node_Id + p.Node_Id_Nb);
+            for (int& id : c) id += offset;
+            if (c.size() == 4) tail.push_back({c[0], c[2], c[3]}), c.pop_back();
+            want_polys.push_back(c);
+        }
+        offset += o->Node_Nb;
+    }
+    want_polys.insert(want_polys.end(), tail.begin(), tail.end());
+    for (const Movie_Node& n : std::vector<Movie_Node>(got->Node_Pt, got->Node_Pt + got->Node_Nb))
+        have.insert(have.end(), {n.Coord.x, n.Coord.y, n.Coord.z});
+    for (const Movie_Poly& p : std::vector<Movie_Poly>(got->Poly_Pt, got->Poly_Pt + got->Poly_Nb))
+        have_polys.emplace_back(p.Node_Id, p.Node_Id + p.Node_Id_Nb);
+    EXPECT_EQ(have, want);
+    EXPECT_EQ(have_polys, want_polys);
+}
+
+TEST_F(MovieWrite, RoundTripsThroughANonAsciiPathWithBothReaders)
+{
+    dir += "Gr\xC3\xBC\xC3\x9F" "e/";
+    name = L"Gr\u00FC\u00DFe";
+    ASSERT_EQ(mkdir(dir.c_str(), 0755), 0);
+    ObjectPtr cube(pfx_test::make_unit_cube_quads()), tet(pfx_test::make_tetrahedron());
+    ObjectPtr mixed(mov_test::make_mixed_object()), random(make_random());
+    const std::vector<Movie_Objs*> src = {cube.get(), tet.get(), mixed.get(), random.get()};
+    write(Movie_Write, src);
+    Movie_Objs** list = nullptr;
+    ASSERT_EQ(Movie_Read_Merge(wide(dir).c_str(), name.c_str(), &list), 4);
+    for (int k = 0; k < 4; ++k) {
+        EXPECT_EQ(std::wstring(list[k]->Name), name + L"." + std::to_wstring(k + 1));
+        EXPECT_EQ(std::wstring(list[k]->Path), wide(dir));
+        expect_read_back(list[k], {src[k]});
+    }
+    pfx_test::free_object_list(list, 4);
+    write(Movie_Write_Merge, src);
+    ObjectPtr one(Movie_Read(wide(dir).c_str(), name.c_str()));
+    expect_read_back(one.get(), src);
+    ASSERT_EQ(Movie_Read_Merge(wide(dir).c_str(), name.c_str(), &list), 1);
+    EXPECT_EQ(std::wstring(list[0]->Name), name);
+    expect_read_back(list[0], src);
+    pfx_test::free_object_list(list, 1);
 }
 
 } // namespace
