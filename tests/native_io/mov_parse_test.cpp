@@ -1,5 +1,5 @@
-// The ".mov" parser and connectivity split on byte ranges, without files.
-#include <cmath>
+// The ".mov" header scan and connectivity split on byte ranges, without
+// files. The number forms are read through the readers' stored corpus.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -37,33 +37,6 @@ TEST(MovParse, HeaderScansFourIntegersFromAtMost79CharactersOfTheFirstLine)
                   row.want)
             << row.text;
     }
-}
-
-TEST(MovParse, NumbersFollowScanfRulesAndStopAtTheFirstMisfit)
-{
-    const std::string text = " 1e-3\t-2\r\n+.5 0x1p-2 nan INF 7. -0";
-    const char* end = text.data() + text.size();
-    float xyz[9] = {};
-    long long done = -1;
-    const char* p = parse_points(text.data(), end, xyz, 2, &done);
-    ASSERT_NE(p, nullptr);
-    EXPECT_EQ(done, 2);
-    EXPECT_EQ(std::vector<float>(xyz, xyz + 4), (std::vector<float>{1e-3f, -2.0f, 0.5f, 0.25f}));
-    EXPECT_TRUE(std::isnan(xyz[4]));
-    EXPECT_TRUE(std::isinf(xyz[5]) && xyz[5] > 0);
-    // The third triple runs out after two values.
-    EXPECT_EQ(parse_points(p, end, xyz + 6, 1, &done), nullptr);
-    EXPECT_EQ(done, 0);
-
-    const std::string ints = "4 -5 +6 7.5 8";
-    int v[5] = {};
-    EXPECT_EQ(parse_ints(ints.data(), ints.data() + ints.size(), v, 5, &done), nullptr);
-    EXPECT_EQ(done, 4); // "7" scans, ".5" does not
-    EXPECT_EQ(std::vector<int>(v, v + 4), (std::vector<int>{4, -5, 6, 7}));
-    int a[2], b[2];
-    const std::string pairs = "1 2\n3";
-    EXPECT_EQ(parse_pairs(pairs.data(), pairs.data() + pairs.size(), a, b, 2, &done), nullptr);
-    EXPECT_EQ(done, 1);
 }
 
 // The records split_polygons fills, as "count:ids" each, whether the guard

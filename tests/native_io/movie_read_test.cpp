@@ -5,13 +5,11 @@
 #include <dirent.h>
 
 #include <algorithm>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -53,33 +51,27 @@ std::string render(const std::vector<Line>& lines)
     return out;
 }
 
-void put_ints(std::string& out, const char* label, const int* v, int n)
-{
-    if (n > 0) out += label;
-    for (int i = 0; i < n; ++i) {
-        out += ' ';
-        out += std::to_string(v[i]);
-    }
-    out += '\n';
-}
-
 std::string dump(const Movie_Objs& o)
 {
     char buf[200];
     std::snprintf(buf, sizeof buf, "object %s flags=0x%X pos_done=%d\n",
                   o.Name ? printable(o.Name).c_str() : "(null)", o.Flags, o.Pos_Done);
     std::string out = buf;
-    for (int i = 0; i < o.Node_Nb; ++i) {
-        const Movie_Node& n = o.Node_Pt[i];
+    auto ints = [&](const char* label, const int* v, int n) {
+        out += n > 0 ? label : "";
+        for (int i = 0; i < n; ++i) out += ' ' + std::to_string(v[i]);
+        out += '\n';
+    };
+    for (const Movie_Node& n : std::vector<Movie_Node>(o.Node_Pt, o.Node_Pt + o.Node_Nb)) {
         std::snprintf(buf, sizeof buf, "  n %g %g %g", n.Coord.x, n.Coord.y, n.Coord.z);
         out += buf;
         if (std::memcmp(&n.Coord, &n.Pos, sizeof n.Pos) != 0 || n.Coord.w != 0 || n.Mark || n.New_Id)
             out += " (Pos, w, Mark or New_Id set)";
-        put_ints(out, " links", n.Poly_Id, n.Poly_Id_Nb);
+        ints(" links", n.Poly_Id, n.Poly_Id_Nb);
     }
-    for (int i = 0; i < o.Poly_Nb; ++i) {
+    for (const Movie_Poly& p : std::vector<Movie_Poly>(o.Poly_Pt, o.Poly_Pt + o.Poly_Nb)) {
         out += "  p";
-        put_ints(out, "", o.Poly_Pt[i].Node_Id, std::min(o.Poly_Pt[i].Node_Id_Nb, 4));
+        ints("", p.Node_Id, std::min(p.Node_Id_Nb, 4));
     }
     EXPECT_EQ(o.Path ? std::wstring(o.Path) : L"", wide(kDir));
     EXPECT_EQ(o.Node_Pt == nullptr, o.Node_Nb == 0);
@@ -197,20 +189,13 @@ TEST_F(MovieRead, ProgressPingsEvery256AndAddsUpToThePlan)
 // what it returned. Expected runs are in alloc_failures.txt.
 TEST_F(MovieRead, EveryAllocationFailureIsReportedAndReleased)
 {
-    const std::string dir = pfx_test::temp_dir();
-    pfx_test::write_file(dir + "single.mov", pfx_test::read_file(kDir + "example_merged.mov"));
-    // Node 1 is used by 17 polygons of object 1, so its link list grows once
-    // and is trimmed; object 2 holds a quad.
-    std::string text = "2 22 19 58\n1 17\n18 19\n0 0 0\n";
-    for (int i = 0; i < 17; ++i) text += std::to_string(i) + " 1 0\n";
-    text += "0 0 1\n1 0 1\n1 1 1\n0 1 1\n";
-    for (int i = 0; i < 17; ++i) text += "1 " + std::to_string(i + 2) + " -" + std::to_string(i == 16 ? 2 : i + 3) + "\n";
-    pfx_test::write_file(dir + "multi.mov", text + "19 20 -21\n19 20 21 -22\n");
+    // In the second file node 1 is used by 17 polygons of object 1, so its
+    // link list grows once and is trimmed; object 2 holds a quad.
     std::map<std::string, std::string> expected = sections(pfx_test::test_path("data/mov/alloc_failures.txt"));
     std::string got;
     pfx_test::for_each_alloc_failure([&](long n) {
         sink.clear();
-        pfx_test::ObjectPtr obj(Movie_Read(wide(dir).c_str(), L"single"));
+        pfx_test::ObjectPtr obj(Movie_Read(wide(kDir).c_str(), L"example_merged"));
         got += "-- " + std::to_string(n) + "\n" + render(sink.lines()) + (obj ? "=> object\n" : "");
     });
     EXPECT_EQ(got, expected["Movie_Read"]);
@@ -218,7 +203,7 @@ TEST_F(MovieRead, EveryAllocationFailureIsReportedAndReleased)
     pfx_test::for_each_alloc_failure([&](long n) {
         sink.clear();
         Movie_Objs** list = nullptr;
-        int count = Movie_Read_Merge(wide(dir).c_str(), L"multi", &list);
+        int count = Movie_Read_Merge(wide(kDir).c_str(), L"links_grow_and_trim", &list);
         EXPECT_EQ(list == nullptr, count == 0);
         pfx_test::free_object_list(list, count);
         // Only the failing line and what follows it.

@@ -104,29 +104,23 @@ TEST_F(MovieWrite, GoldensAndEveryDigitAgreeWithPrintf)
     ObjectPtr empty(pfx_test::make_object({{-1.5f, 2.25f, 1e6f}}, {}, 0));
     ObjectPtr random(make_random());
     const struct {
-        Writer writer;
-        const wchar_t* op;
+        bool merge;
         std::vector<Movie_Objs*> list;
-        const char* golden;
+        std::string golden;
     } rows[] = {
-        {Movie_Write, L"Movie_Write", {tri.get(), square.get()}, "example.mov"},
-        {Movie_Write_Merge, L"Movie_Write_Merge", {tri.get(), square.get()}, "example_merged.mov"},
-        {Movie_Write, L"Movie_Write", {mixed.get(), empty.get(), tri.get()}, "mixed.mov"},
-        {Movie_Write_Merge, L"Movie_Write_Merge", {mixed.get(), empty.get(), tri.get()}, "mixed_merged.mov"},
-        {Movie_Write, L"Movie_Write", {random.get()}, nullptr},
-        {Movie_Write, L"Movie_Write", {}, nullptr},
-        {Movie_Write_Merge, L"Movie_Write_Merge", {}, nullptr},
+        {false, {tri.get(), square.get()}, "example.mov"},   {true, {tri.get(), square.get()}, "example_merged.mov"},
+        {false, {mixed.get(), empty.get(), tri.get()}, "mixed.mov"},
+        {true, {mixed.get(), empty.get(), tri.get()}, "mixed_merged.mov"},
+        {false, {random.get()}, ""}, {false, {}, ""}, {true, {}, ""},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.golden ? row.golden : "no golden");
+        SCOPED_TRACE(row.golden);
         sink.clear();
-        const std::string text = write(row.writer, row.list);
-        if (row.golden) {
-            EXPECT_EQ(text, read_file(pfx_test::test_path("golden/mov/") + row.golden));
-        }
-        EXPECT_EQ(text, printf_reference(row.list, row.writer == Movie_Write_Merge));
-        const std::wstring path = wide(dir) + L"out.mov";
-        EXPECT_EQ(sink.lines(), (std::vector<Line>{trace(L">>> in ", row.op, path), trace(L"<<< out", row.op, L"done")}));
+        const std::string text = write(row.merge ? Movie_Write_Merge : Movie_Write, row.list);
+        EXPECT_TRUE(row.golden.empty() || text == read_file(pfx_test::test_path("golden/mov/" + row.golden)));
+        EXPECT_EQ(text, printf_reference(row.list, row.merge));
+        const std::wstring op = row.merge ? L"Movie_Write_Merge" : L"Movie_Write";
+        EXPECT_EQ(sink.lines(), (std::vector<Line>{trace(L">>> in ", op, wide(dir) + L"out.mov"), trace(L"<<< out", op, L"done")}));
     }
     // Positions once computed are written as they are.
     mixed->Node_Pt[3].Pos.x = 9.0f;
@@ -150,13 +144,11 @@ TEST_F(MovieWrite, ReportsProgressEvery1024Polygons)
 TEST_F(MovieWrite, RefusesAMissingListAndPrintsAnUnwritablePathOnOneOrTwoLines)
 {
     const std::wstring why = Error_Perror(ENOENT);
-    auto block = [&](const std::wstring& op, const std::wstring& path, const std::vector<std::wstring>& path_lines) {
-        std::vector<Line> lines = {trace(L">>> in ", op, path), {MSG_USER, L""},
-                                   {MSG_USER, L"------------- WARNING --------------"},
-                                   {MSG_USER, L"Unable to write the file"}};
-        for (const std::wstring& l : path_lines) lines.push_back({MSG_USER, l});
-        lines.push_back({MSG_USER, why});
-        lines.push_back({MSG_USER, L"------------------------------------"});
+    auto block = [&](const std::wstring& op, const std::wstring& path, std::vector<std::wstring> user) {
+        user.insert(user.begin(), {L"", L"------------- WARNING --------------", L"Unable to write the file"});
+        user.insert(user.end(), {why, L"------------------------------------"});
+        std::vector<Line> lines = {trace(L">>> in ", op, path)};
+        for (const std::wstring& u : user) lines.push_back({MSG_USER, u});
         lines.push_back(trace(L"<<< out", op, L"! _wfopen"));
         return lines;
     };
