@@ -1,247 +1,170 @@
 // A test host for the drawing operations: a fresh headless context per test
-// (egl_context.h) and the means to see what was drawn. Built without EGL,
-// every GL test skips.
+// and the means to see what was drawn (buffer contents, a log of the buffer
+// calls, feedback mode).
 #pragma once
 
-#include <cstdint>
-#include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "egl_context.h"
+#include "render/vbo_build.h"
+#include "sample_scene.h"
 #include "support/capture.h"
 
 namespace pfx_render_test {
 
-// Window size of the test fixture (see set_window_projection).
-constexpr int kWidth = 64;
-constexpr int kHeight = 64;
+using Floats = std::vector<float>;
 
-// The usual fixture: capture sink, allocation injection off, and a fresh
-// current context with the window projection.
+inline uint32_t rgba(uint8_t r, uint8_t g, uint8_t b, uint8_t a)
+{
+    return pfx::render::pack_color({r, g, b, a});
+}
+
+// Capture sink, allocation injection off, and a current size x size context
+// where object x and y are window coordinates and z in [-10, 10] is depth.
 class GlTest : public pfx_test::PfxTest {
 protected:
+    explicit GlTest(int size = 64) : size_(size) {}
     void SetUp() override
     {
-#if PFX_RENDER_HAVE_EGL
-        const std::string why = context_.open(kWidth, kHeight);
-        ASSERT_EQ(why, "") << "no headless OpenGL context";
-#else
-        GTEST_SKIP() << "built without EGL";
-#endif
-        set_window_projection(kWidth, kHeight);
+        if (!PFX_RENDER_HAVE_EGL) GTEST_SKIP() << "built without EGL";
+        ASSERT_EQ(context_.open(size_, size_), "") << "no headless OpenGL context";
+        glViewport(0, 0, size_, size_);
+        glMatrixMode(GL_PROJECTION);
+        glOrtho(0, size_, 0, size_, -10, 10);
+        glMatrixMode(GL_MODELVIEW);
     }
     void TearDown() override
     {
-#if PFX_RENDER_HAVE_EGL
-        if (glGetString(GL_VERSION)) {
-            EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+        if (PFX_RENDER_HAVE_EGL && glGetString(GL_VERSION)) {
+            EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
         }
-#endif
         context_.close();
         pfx_test::PfxTest::TearDown();
     }
+    int size_;
     GlContext context_;
 };
-
-// ---- Buffer contents ---------------------------------------------------------
-
-inline GLint buffer_size(GLuint name)
-{
-    GLint size = -1;
-    glBindBuffer(GL_ARRAY_BUFFER, name);
-    glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_SIZE, &size);
-    glBindBuffer(GL_ARRAY_BUFFER, 0);
-    return size;
-}
 
 template <class T>
 std::vector<T> buffer_contents(GLuint name)
 {
-    const GLint size = buffer_size(name);
-    std::vector<T> out(size > 0 ? static_cast<size_t>(size) / sizeof(T) : 0);
+    GLint size = 0;
     glBindBuffer(GL_ARRAY_BUFFER, name);
-    if (!out.empty()) glGetBufferSubData(GL_ARRAY_BUFFER, 0, size, out.data());
+    glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_SIZE, &size);
+    std::vector<T> out(size_t(size) / sizeof(T));
+    if (size > 0) glGetBufferSubData(GL_ARRAY_BUFFER, 0, size, out.data());
     glBindBuffer(GL_ARRAY_BUFFER, 0);
     return out;
 }
-inline std::vector<float> buffer_floats(GLuint name) { return buffer_contents<float>(name); }
-inline std::vector<uint32_t> buffer_colors(GLuint name) { return buffer_contents<uint32_t>(name); }
 
-// ---- Buffer-call log ------------------------------------------------------------
-//
-// While a BufferSpy lives, GLEW's five buffer-function pointers (the ones the
-// library calls) point at wrappers that write one line per call and then
-// call the driver's function. The driver still does the work; the log only
-// adds the order and the arguments of the calls.
-
-inline std::vector<std::string>& buffer_log()
-{
-    static std::vector<std::string> log;
-    return log;
-}
-
-struct RealBufferFunctions {
+// While a BufferSpy lives, GLEW's pointers to the five buffer functions the
+// library calls lead through wrappers that log each call ("bind 3; ") and
+// then call the driver, which still does the work.
+struct SpyState {
+    std::string log;
     PFNGLGENBUFFERSPROC gen;
     PFNGLBINDBUFFERPROC bind;
     PFNGLBUFFERDATAPROC data;
     PFNGLISBUFFERPROC is;
     PFNGLDELETEBUFFERSPROC del;
 };
-inline RealBufferFunctions& real_buffer_functions()
+inline SpyState& spy_state()
 {
-    static RealBufferFunctions real{};
-    return real;
+    static SpyState state;
+    return state;
 }
-
-inline std::string names_text(GLsizei n, const GLuint* names)
+inline void spy_note(const char* call, GLenum target, long long n, const char* tail = "")
 {
-    std::string s;
-    for (GLsizei i = 0; i < n; ++i) {
-        if (i) s += ',';
-        s += std::to_string(names[i]);
-    }
-    return s;
-}
-
-inline void GLAPIENTRY spy_gen(GLsizei n, GLuint* names)
-{
-    real_buffer_functions().gen(n, names);
-    buffer_log().push_back("gen(" + std::to_string(n) + ") -> " + names_text(n, names));
-}
-inline void GLAPIENTRY spy_bind(GLenum target, GLuint name)
-{
-    buffer_log().push_back(std::string("bind(") +
-                           (target == GL_ARRAY_BUFFER ? "ARRAY" : std::to_string(target)) + ", " +
-                           std::to_string(name) + ")");
-    real_buffer_functions().bind(target, name);
-}
-inline void GLAPIENTRY spy_data(GLenum target, GLsizeiptr size, const void* data, GLenum usage)
-{
-    buffer_log().push_back(std::string("data(") +
-                           (target == GL_ARRAY_BUFFER ? "ARRAY" : std::to_string(target)) + ", " +
-                           std::to_string(size) + ", " +
-                           (usage == GL_STATIC_DRAW ? "STATIC_DRAW" : std::to_string(usage)) +
-                           (data ? ")" : ", null)"));
-    real_buffer_functions().data(target, size, data, usage);
-}
-inline GLboolean GLAPIENTRY spy_is(GLuint name)
-{
-    const GLboolean r = real_buffer_functions().is(name);
-    buffer_log().push_back("is(" + std::to_string(name) + ") -> " + (r ? "yes" : "no"));
-    return r;
-}
-inline void GLAPIENTRY spy_delete(GLsizei n, const GLuint* names)
-{
-    buffer_log().push_back("delete(" + std::to_string(n) + ", " + names_text(n, names) + ")");
-    real_buffer_functions().del(n, names);
+    spy_state().log.append(call).append(target == GL_ARRAY_BUFFER ? " " : " target? ");
+    spy_state().log.append(std::to_string(n)).append(tail).append("; ");
 }
 
 class BufferSpy {
 public:
     BufferSpy()
     {
-        buffer_log().clear();
-        real_buffer_functions() = {glGenBuffers, glBindBuffer, glBufferData, glIsBuffer,
-                                   glDeleteBuffers};
-        glGenBuffers = spy_gen;
-        glBindBuffer = spy_bind;
-        glBufferData = spy_data;
-        glIsBuffer = spy_is;
-        glDeleteBuffers = spy_delete;
+        SpyState& s = spy_state();
+        s = {{}, glGenBuffers, glBindBuffer, glBufferData, glIsBuffer, glDeleteBuffers};
+        // The library asks for and deletes one name at a time.
+        glGenBuffers = [](GLsizei n, GLuint* names) {
+            spy_state().gen(n, names);
+            spy_note("gen", GL_ARRAY_BUFFER, names[0], n == 1 ? "" : " and more");
+        };
+        glBindBuffer = [](GLenum target, GLuint name) {
+            spy_note("bind", target, name);
+            spy_state().bind(target, name);
+        };
+        glBufferData = [](GLenum target, GLsizeiptr size, const void* data, GLenum usage) {
+            spy_note("data", target, size, usage != GL_STATIC_DRAW ? " usage?" : data ? "" : " null");
+            spy_state().data(target, size, data, usage);
+        };
+        glIsBuffer = [](GLuint name) {
+            const GLboolean yes = spy_state().is(name);
+            spy_note("is", GL_ARRAY_BUFFER, name, yes ? " yes" : " no");
+            return yes;
+        };
+        glDeleteBuffers = [](GLsizei n, const GLuint* names) {
+            spy_note("delete", GL_ARRAY_BUFFER, names[0], n == 1 ? "" : " and more");
+            spy_state().del(n, names);
+        };
     }
     ~BufferSpy()
     {
-        const RealBufferFunctions& r = real_buffer_functions();
-        glGenBuffers = r.gen;
-        glBindBuffer = r.bind;
-        glBufferData = r.data;
-        glIsBuffer = r.is;
-        glDeleteBuffers = r.del;
+        const SpyState& s = spy_state();
+        glGenBuffers = s.gen, glBindBuffer = s.bind, glBufferData = s.data;
+        glIsBuffer = s.is, glDeleteBuffers = s.del;
     }
-    BufferSpy(const BufferSpy&) = delete;
-    BufferSpy& operator=(const BufferSpy&) = delete;
-
     // The calls so far, and a fresh start.
-    std::vector<std::string> take()
-    {
-        std::vector<std::string> out;
-        out.swap(buffer_log());
-        return out;
-    }
+    std::string take() { return std::exchange(spy_state().log, {}); }
 };
 
-// ---- Feedback mode -------------------------------------------------------------------
-//
-// What immediate-mode drawing sent, as the GL saw it after transformation:
-// window x, y, depth, the colour, and texture coordinates s, t.
-
+// What immediate-mode drawing sent, as the GL saw it after transformation.
 struct FbVertex {
-    float x, y, z;
-    float r, g, b, a;
-    float s, t;
+    float x, y, z, r, g, b, a, s, t, unused_r, unused_q;
 };
 struct FbPrim {
-    GLenum kind; // GL_POINTS, GL_LINES or GL_POLYGON
+    GLenum token; // GL_POINT_TOKEN, GL_LINE_TOKEN or GL_POLYGON_TOKEN
     std::vector<FbVertex> v;
+    // Twice the signed window area: positive for counter-clockwise corners.
+    float area2() const
+    {
+        float a = 0;
+        for (size_t i = 0; i < v.size(); ++i)
+            a += v[i].x * v[(i + 1) % v.size()].y - v[(i + 1) % v.size()].x * v[i].y;
+        return a;
+    }
 };
 
 template <class Draw>
 std::vector<FbPrim> feedback(Draw&& draw, size_t capacity = 1 << 16)
 {
     std::vector<GLfloat> buf(capacity);
-    glFeedbackBuffer(static_cast<GLsizei>(capacity), GL_3D_COLOR_TEXTURE, buf.data());
+    glFeedbackBuffer(GLsizei(capacity), GL_3D_COLOR_TEXTURE, buf.data());
     glRenderMode(GL_FEEDBACK);
     draw();
     const GLint n = glRenderMode(GL_RENDER);
-    std::vector<FbPrim> prims;
     EXPECT_GE(n, 0) << "feedback buffer overflow";
-    constexpr int kVertexFloats = 3 + 4 + 4; // x y z, r g b a, s t r q
-    auto vertex_at = [&](GLint& i) {
-        FbVertex v{buf[i], buf[i + 1], buf[i + 2], buf[i + 3], buf[i + 4],
-                   buf[i + 5], buf[i + 6], buf[i + 7], buf[i + 8]};
-        i += kVertexFloats;
-        return v;
-    };
+    std::vector<FbPrim> prims;
     for (GLint i = 0; i < n;) {
-        const GLenum token = static_cast<GLenum>(buf[i++]);
-        FbPrim p{};
-        int count = 0;
-        if (token == GL_POINT_TOKEN) {
-            p.kind = GL_POINTS;
-            count = 1;
-        } else if (token == GL_LINE_TOKEN || token == GL_LINE_RESET_TOKEN) {
-            p.kind = GL_LINES;
-            count = 2;
-        } else if (token == GL_POLYGON_TOKEN) {
-            p.kind = GL_POLYGON;
-            count = static_cast<int>(buf[i++]);
-        } else if (token == GL_PASS_THROUGH_TOKEN) {
-            ++i;
-            continue;
-        } else {
-            ADD_FAILURE() << "unexpected feedback token " << token;
+        FbPrim p{GLenum(buf[i++]), {}};
+        if (p.token == GL_LINE_RESET_TOKEN) p.token = GL_LINE_TOKEN;
+        const int count = p.token == GL_POINT_TOKEN  ? 1
+                          : p.token == GL_LINE_TOKEN ? 2
+                          : p.token == GL_POLYGON_TOKEN ? int(buf[i++])
+                                                        : -1;
+        if (count < 0) {
+            ADD_FAILURE() << "unexpected feedback token " << p.token;
             break;
         }
-        for (int k = 0; k < count; ++k) p.v.push_back(vertex_at(i));
+        p.v.resize(size_t(count));
+        std::memcpy(p.v.data(), &buf[i], sizeof(FbVertex) * size_t(count));
+        i += GLint(sizeof(FbVertex) / sizeof(float)) * count;
         prims.push_back(p);
     }
     return prims;
-}
-
-// Twice the signed area of a feedback polygon in window coordinates:
-// positive for counter-clockwise corners.
-inline float signed_area2(const FbPrim& p)
-{
-    float a = 0;
-    for (size_t i = 0; i < p.v.size(); ++i) {
-        const FbVertex& u = p.v[i];
-        const FbVertex& w = p.v[(i + 1) % p.v.size()];
-        a += u.x * w.y - w.x * u.y;
-    }
-    return a;
 }
 
 } // namespace pfx_render_test

@@ -1,9 +1,22 @@
-// The reference scene: a lit, coloured sample object drawn flat and smooth,
-// from buffers and in immediate mode, read back as pixels. Shared by the
-// golden-image test and the tool that regenerates its references, so both
-// draw exactly the same thing.
+// A real OpenGL context without a display, the reference images, and the
+// scene they show. Shared by the drawing tests and the goldens_render tool
+// that rewrites the references, so both draw exactly the same thing.
+//
+// The context comes from EGL on Mesa's surfaceless platform (a pbuffer and
+// the desktop API: a compatibility profile on llvmpipe). The host initialises
+// GLEW for it, as any host of the library must. Built without EGL (render.cmake
+// could not find it), opening a context fails and the GL tests skip.
 #pragma once
 
+#define GLEW_NO_GLU
+#include <GL/glew.h>
+#if PFX_RENDER_HAVE_EGL
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <png.h>
+#endif
+
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -11,17 +24,113 @@
 #include <string>
 #include <vector>
 
-#include "egl_context.h"
-#include "png_io.h"
 #include "polyfex.h"
 
 namespace pfx_render_test {
 
+struct Image {
+    int width = 0, height = 0;
+    std::vector<uint8_t> rgba; // 8-bit RGBA, top row first
+};
+
+#if PFX_RENDER_HAVE_EGL
+
+// The display lives for the whole process (initialising it loads the
+// driver); each context and surface is fresh, so GL state never leaks from
+// one test into the next.
+inline EGLDisplay shared_display()
+{
+    static const EGLDisplay display = [] {
+        EGLDisplay d = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+        return d != EGL_NO_DISPLAY && eglInitialize(d, nullptr, nullptr) ? d : EGL_NO_DISPLAY;
+    }();
+    return display;
+}
+
+class GlContext {
+public:
+    ~GlContext() { close(); }
+
+    // Makes a width x height RGBA8 + depth context current with GLEW loaded.
+    // Returns an empty text on success, else what failed.
+    std::string open(int width, int height)
+    {
+        display_ = shared_display();
+        if (display_ == EGL_NO_DISPLAY) return "no surfaceless EGL display";
+        const EGLint config_attribs[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
+                                         EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8,
+                                         EGL_ALPHA_SIZE, 8, EGL_DEPTH_SIZE, 24, EGL_NONE};
+        const EGLint size[] = {EGL_WIDTH, width, EGL_HEIGHT, height, EGL_NONE};
+        EGLConfig config = nullptr;
+        EGLint count = 0;
+        if (!eglChooseConfig(display_, config_attribs, &config, 1, &count) || count < 1)
+            return "no pbuffer config";
+        surface_ = eglCreatePbufferSurface(display_, config, size);
+        if (surface_ == EGL_NO_SURFACE || !eglBindAPI(EGL_OPENGL_API)) return "no pbuffer surface";
+        context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, nullptr);
+        if (context_ == EGL_NO_CONTEXT || !eglMakeCurrent(display_, surface_, surface_, context_))
+            return "no current context";
+        // GLEW 2.2 without an X display reports GLEW_ERROR_NO_GLX_DISPLAY after
+        // loading the core entry points, and may leave a GL error behind: what
+        // matters is that the buffer functions are there.
+        glewExperimental = GL_TRUE;
+        (void)glewInit();
+        glGetError();
+        return glGenBuffers && glGetBufferSubData ? "" : "GLEW loaded no buffer functions";
+    }
+
+    void close()
+    {
+        if (display_ == EGL_NO_DISPLAY) return;
+        eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+        if (context_ != EGL_NO_CONTEXT) eglDestroyContext(display_, context_);
+        if (surface_ != EGL_NO_SURFACE) eglDestroySurface(display_, surface_);
+        display_ = EGL_NO_DISPLAY, surface_ = EGL_NO_SURFACE, context_ = EGL_NO_CONTEXT;
+    }
+
+private:
+    EGLDisplay display_ = EGL_NO_DISPLAY;
+    EGLSurface surface_ = EGL_NO_SURFACE;
+    EGLContext context_ = EGL_NO_CONTEXT;
+};
+
+// Empty text on success, else what failed.
+inline std::string write_png(const std::string& path, const Image& img)
+{
+    png_image png{};
+    png.version = PNG_IMAGE_VERSION, png.format = PNG_FORMAT_RGBA;
+    png.width = png_uint_32(img.width), png.height = png_uint_32(img.height);
+    if (png_image_write_to_file(&png, path.c_str(), 0, img.rgba.data(), 0, nullptr)) return {};
+    return "cannot write " + path + ": " + png.message;
+}
+
+inline std::string read_png(const std::string& path, Image& img)
+{
+    png_image png{};
+    png.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&png, path.c_str())) return "cannot read " + path;
+    png.format = PNG_FORMAT_RGBA;
+    img.width = int(png.width), img.height = int(png.height);
+    img.rgba.assign(PNG_IMAGE_SIZE(png), 0);
+    if (png_image_finish_read(&png, nullptr, img.rgba.data(), 0, nullptr)) return {};
+    png_image_free(&png);
+    return "cannot decode " + path;
+}
+
+#else // no EGL at build time
+
+class GlContext {
+public:
+    std::string open(int, int) { return "built without EGL"; }
+    void close() {}
+};
+
+#endif
+
 constexpr int kSceneSize = 96;
 
-// One variant of the scene: its reference file name, the draw mode, and
-// whether the object may use buffers (else it carries NO_VBO and is drawn
-// polygon by polygon).
+// One variant of the scene: its reference file, the draw mode, and whether
+// the object may use buffers (else it carries NO_VBO).
 struct SceneVariant {
     const char* file;
     short mode;
@@ -34,11 +143,10 @@ constexpr SceneVariant kSceneVariants[] = {
     {"smooth_immediate.png", 1, false},
 };
 
-// A unit sphere of kStacks bands of kSlices polygons: triangle fans at the
-// poles, quads between them, all counter-clockwise seen from outside. Node
-// colours follow the position; every seventh polygon has its own colour.
-// Node normals are the exact sphere normals and polygon normals the normals
-// of their first three corners. Positions are left for the draw to compute.
+// A unit sphere of 8 bands of 12 polygons: triangle fans at the poles, quads
+// between, counter-clockwise from outside. Node colours follow the position;
+// every seventh polygon has its own colour. Node normals are the exact sphere
+// normals, polygon normals those of their first three corners.
 inline Movie_Objs* make_sample_object()
 {
     constexpr int kStacks = 8, kSlices = 12;
@@ -56,39 +164,31 @@ inline Movie_Objs* make_sample_object()
                                  uint8_t(40 + 200 * (z + 1) / 2), 255};
         std::memcpy(&n.Color, rgba, 4);
     };
-    set_node(0, 0, 1, 0);                  // north pole
-    set_node(obj->Node_Nb - 1, 0, -1, 0); // south pole
-    for (int s = 1; s < kStacks; ++s) {
-        const double theta = kPi * s / kStacks;
+    set_node(0, 0, 1, 0);
+    set_node(obj->Node_Nb - 1, 0, -1, 0);
+    for (int s = 1; s < kStacks; ++s)
         for (int k = 0; k < kSlices; ++k) {
-            const double phi = 2 * kPi * k / kSlices;
-            set_node(1 + (s - 1) * kSlices + k, std::sin(theta) * std::cos(phi), std::cos(theta),
-                     -std::sin(theta) * std::sin(phi));
+            const double theta = kPi * s / kStacks, phi = 2 * kPi * k / kSlices;
+            const double r = std::sin(theta);
+            set_node(1 + (s - 1) * kSlices + k, r * std::cos(phi), std::cos(theta), -r * std::sin(phi));
         }
-    }
     auto ring = [&](int s, int k) { return 1 + (s - 1) * kSlices + (k % kSlices); };
-
     obj->Poly_Nb = kStacks * kSlices;
     obj->Poly_Pt = static_cast<Movie_Poly*>(std::calloc(obj->Poly_Nb, sizeof(Movie_Poly)));
     int p = 0;
     auto add = [&](std::initializer_list<int> corners) {
         Movie_Poly& poly = obj->Poly_Pt[p];
         poly.Node_Id_Nb = int(corners.size());
-        int j = 0;
-        for (int c : corners) poly.Node_Id[j++] = c;
-        const Vector_4& a = obj->Node_Pt[poly.Node_Id[0]].Coord;
-        const Vector_4& b = obj->Node_Pt[poly.Node_Id[1]].Coord;
-        const Vector_4& c = obj->Node_Pt[poly.Node_Id[2]].Coord;
+        std::copy(corners.begin(), corners.end(), poly.Node_Id);
+        const Vector_4 &a = obj->Node_Pt[poly.Node_Id[0]].Coord, &b = obj->Node_Pt[poly.Node_Id[1]].Coord,
+                       &c = obj->Node_Pt[poly.Node_Id[2]].Coord;
         const double ux = b.x - a.x, uy = b.y - a.y, uz = b.z - a.z;
         const double vx = c.x - a.x, vy = c.y - a.y, vz = c.z - a.z;
-        double nx = uy * vz - uz * vy, ny = uz * vx - ux * vz, nz = ux * vy - uy * vx;
+        const double nx = uy * vz - uz * vy, ny = uz * vx - ux * vz, nz = ux * vy - uy * vx;
         const double len = std::sqrt(nx * nx + ny * ny + nz * nz);
         poly.Normal = Vector_4{float(nx / len), float(ny / len), float(nz / len), 1.0f};
-        if (p % 7 == 3) {
-            const uint8_t own[4] = {250, 210, 40, 255};
-            std::memcpy(&poly.Color, own, 4);
-        }
-        ++p;
+        const uint8_t own[4] = {250, 210, 40, 255};
+        if (p++ % 7 == 3) std::memcpy(&poly.Color, own, 4);
     };
     for (int k = 0; k < kSlices; ++k) add({0, ring(1, k), ring(1, k + 1)});
     for (int s = 1; s + 1 < kStacks; ++s)
@@ -98,9 +198,10 @@ inline Movie_Objs* make_sample_object()
     return obj;
 }
 
-// The host's part of the frame: projection, a turned view, one directional
-// light and depth testing. Colour tracking is the library's business.
-inline void setup_scene()
+// Draws one variant into the current context with the host's part of the
+// frame (projection, a turned view, one directional light, depth testing;
+// colour tracking is the library's business) and reads it back.
+inline Image render_variant(const SceneVariant& v)
 {
     glViewport(0, 0, kSceneSize, kSceneSize);
     glMatrixMode(GL_PROJECTION);
@@ -112,34 +213,23 @@ inline void setup_scene()
     glLightfv(GL_LIGHT0, GL_POSITION, light_dir);
     glRotatef(25, 1, 0, 0);
     glRotatef(-35, 0, 1, 0);
-    glEnable(GL_LIGHTING);
-    glEnable(GL_LIGHT0);
-    glEnable(GL_DEPTH_TEST);
+    for (GLenum cap : {GL_LIGHTING, GL_LIGHT0, GL_DEPTH_TEST}) glEnable(cap);
     glClearColor(0.1f, 0.1f, 0.15f, 1.0f);
-}
-
-// Draws one variant of the scene into the current context's back buffer and
-// reads it back.
-inline Image render_variant(const SceneVariant& v)
-{
-    setup_scene();
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     Movie_Objs* obj = make_sample_object();
     if (!v.buffers) obj->Flags |= NO_VBO;
     Movie_OpenGL_Draw(obj, v.mode, 0, 1000);
     glFinish();
 
-    Image img;
-    img.width = img.height = kSceneSize;
-    img.rgba.resize(size_t(kSceneSize) * kSceneSize * 4);
+    const size_t stride = size_t(kSceneSize) * 4;
+    Image img{kSceneSize, kSceneSize, std::vector<uint8_t>(stride * kSceneSize)};
     std::vector<uint8_t> rows(img.rgba.size());
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, kSceneSize, kSceneSize, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
-    const size_t stride = size_t(kSceneSize) * 4;
-    for (int y = 0; y < kSceneSize; ++y) // the GL's bottom row first, the image's top row first
+    for (int y = 0; y < kSceneSize; ++y) // the GL's rows run bottom up
         std::memcpy(&img.rgba[y * stride], &rows[(kSceneSize - 1 - y) * stride], stride);
 
-    // The buffers live in the context; a host deletes them through a reset
+    // The buffers live in the context: a host deletes them through a reset
     // and a draw before it releases the object.
     Movie_OpenGL_Reset(obj, 7);
     Movie_OpenGL_Draw(obj, v.mode, 1, 0);
