@@ -65,8 +65,9 @@ std::string dump(const Movie_Objs& o)
     for (const Movie_Node& n : std::vector<Movie_Node>(o.Node_Pt, o.Node_Pt + o.Node_Nb)) {
         std::snprintf(buf, sizeof buf, "  n %g %g %g", n.Coord.x, n.Coord.y, n.Coord.z);
         out += buf;
-        if (std::memcmp(&n.Coord, &n.Pos, sizeof n.Pos) != 0 || n.Coord.w != 0 || n.Mark || n.New_Id)
-            out += " (Pos, w, Mark or New_Id set)";
+        if (std::memcmp(&n.Coord, &n.Pos, sizeof n.Pos) != 0 || n.Coord.w != 0 || n.Mark || n.New_Id ||
+            (n.Poly_Id == nullptr) != (n.Poly_Id_Nb == 0))
+            out += " (Pos, w, Mark, New_Id or Poly_Id set)";
         ints(" links", n.Poly_Id, n.Poly_Id_Nb);
     }
     for (const Movie_Poly& p : std::vector<Movie_Poly>(o.Poly_Pt, o.Poly_Pt + o.Poly_Nb)) {
