@@ -1,152 +1,83 @@
-// STL files built in memory for the reader tests, and the message blocks
-// the reader sends about them.
+// The message blocks the STL readers send, and an object as one line of text.
 #pragma once
 
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <vector>
 
-#include "polyfex.h"
 #include "support/capture.h"
+#include "support/objects.h"
 
-namespace pfx_test::stl {
+namespace pfx_test {
 
-struct Tri {
-    float n[3];
-    float v[3][3];
-};
-
-// Normal (0, 0, 1), corners (x, y, z), (x + 1, y, z), (x, y + 1, z).
-inline Tri tri(float x, float y, float z)
+inline std::vector<Line> operator+(std::vector<Line> a, const std::vector<Line>& b)
 {
-    return {{0, 0, 1}, {{x, y, z}, {x + 1, y, z}, {x, y + 1, z}}};
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
 }
 
-inline std::string triple(const float* v)
+namespace stl {
+
+inline std::vector<Line> user(std::initializer_list<std::wstring> texts)
 {
-    char buf[96];
-    std::snprintf(buf, sizeof buf, "%.9g %.9g %.9g", v[0], v[1], v[2]);
-    return buf;
+    std::vector<Line> lines;
+    for (const std::wstring& t : texts) lines.push_back({MSG_USER, L"\xF1" + t});
+    return lines;
 }
 
-// Seven lines per facet after "solid <name>": facet i is on lines 2 + 7i to
-// 8 + 7i, "endsolid" on line 2 + 7n.
-inline std::string text_file(const std::string& name, const std::vector<Tri>& tris)
+// The binary header shown as two right-aligned lines of 40 characters.
+inline std::vector<Line> header(const std::string& first, const std::string& second = "")
 {
-    std::string s = "solid " + name + "\n";
-    for (const Tri& t : tris) {
-        s += "  facet normal " + triple(t.n) + "\n    outer loop\n";
-        for (const auto& v : t.v) s += "      vertex " + triple(v) + "\n";
-        s += "    endloop\n  endfacet\n";
+    auto line = [](const std::string& t) { return Line{MSG_PROGRESS, L"\x01" + std::wstring(40 - t.size(), L' ') + wide(t)}; };
+    return {line(first), line(second)};
+}
+
+inline std::vector<Line> error(const std::wstring& title, const std::wstring& file, const std::wstring& where,
+                               const std::wstring& last)
+{
+    return user({L"\x04" L"ERROR:\x02\t " + title, L"\t file:\x01" + file + L"\x02 " + where, L"\t " + last});
+}
+inline std::vector<Line> syntax_error(const std::wstring& file, int line, const std::wstring& keyword)
+{
+    return error(L"Syntax error in STL file!", file, L"line:\x01" + std::to_wstring(line),
+                 L"didn't find key-word \x01\"" + keyword + L"\"");
+}
+inline std::vector<Line> end_of_file(const std::wstring& file, int line)
+{
+    return error(L"Error in STL file!", file, L"line:\x01" + std::to_wstring(line), L"End Of File while reading");
+}
+inline std::vector<Line> short_read(const std::wstring& file, int got)
+{
+    return error(L"in STL file (" + std::to_wstring(got) + L")!", file, L"polygon:\x01" L"0", L"End Of File while reading");
+}
+
+// The count beyond the file: the warning, then the outcome of the byte swap.
+inline std::vector<Line> too_many(const std::wstring& file, long long count, const std::wstring& outcome)
+{
+    return user({L"\x05WARNING:\x02\t in STL file " + file, L"\t to many polygons (\x01" + std::to_wstring(count) + L"\x02)!",
+                 L"\t attempting to swap all bytes...", L"\t " + outcome});
+}
+inline std::wstring solved(long long now) { return L"...problem solved! (now \x01" + std::to_wstring(now) + L"\x02 polygons) "; }
+inline const std::wstring kNope = L"...nope, sorry.  Can't read this file.";
+
+// "x y z," per node, then "|" and "a b c (normal)," per polygon.
+inline std::string describe(const Movie_Objs* o)
+{
+    std::string s;
+    char b[96];
+    for (int i = 0; i < o->Node_Nb; ++i) {
+        std::snprintf(b, sizeof b, "%g %g %g,", o->Node_Pt[i].Coord.x, o->Node_Pt[i].Coord.y, o->Node_Pt[i].Coord.z);
+        s += b;
     }
-    return s + "endsolid " + name + "\n";
-}
-
-inline void put_u32(std::string& s, uint32_t v, bool big_endian)
-{
-    for (int i = 0; i < 4; ++i) {
-        int shift = big_endian ? 24 - 8 * i : 8 * i;
-        s += static_cast<char>((v >> shift) & 0xff);
-    }
-}
-
-inline void put_f32(std::string& s, float f, bool big_endian)
-{
-    uint32_t v;
-    std::memcpy(&v, &f, 4);
-    put_u32(s, v, big_endian);
-}
-
-// 80-byte header (the text, then zero bytes), the count, the facets.
-inline std::string binary_file(const std::string& header, const std::vector<Tri>& tris, uint32_t count,
-                               bool big_endian = false)
-{
-    std::string s = header.substr(0, 80);
-    s.resize(80, '\0');
-    put_u32(s, count, big_endian);
-    for (const Tri& t : tris) {
-        for (float f : t.n) put_f32(s, f, big_endian);
-        for (const auto& v : t.v)
-            for (float f : v) put_f32(s, f, big_endian);
-        s += std::string(2, '\0');
+    s += "|";
+    for (int i = 0; i < o->Poly_Nb; ++i) {
+        const Movie_Poly& p = o->Poly_Pt[i];
+        for (int k = 0; k < p.Node_Id_Nb; ++k) s += std::to_string(p.Node_Id[k]) + " ";
+        std::snprintf(b, sizeof b, "(%g %g %g),", p.Normal.x, p.Normal.y, p.Normal.z);
+        s += b;
     }
     return s;
 }
 
-inline void set_count_bytes(std::string& s, int b0, int b1, int b2, int b3)
-{
-    s[80] = static_cast<char>(b0);
-    s[81] = static_cast<char>(b1);
-    s[82] = static_cast<char>(b2);
-    s[83] = static_cast<char>(b3);
-}
-
-inline bool ends_with(const std::wstring& s, const std::wstring& tail)
-{
-    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
-}
-
-inline std::wstring w(const std::string& ascii) { return std::wstring(ascii.begin(), ascii.end()); }
-
-// ---- message blocks ------------------------------------------------------------------------
-
-inline std::vector<Line> header_lines(const std::string& first, const std::string& second)
-{
-    auto line = [](const std::string& t) {
-        return Line{MSG_PROGRESS, L"\x01" + std::wstring(40 - t.size(), L' ') + w(t)};
-    };
-    return {line(first), line(second)};
-}
-
-inline std::vector<Line> syntax_error_block(const std::wstring& name, int line, const std::wstring& keyword)
-{
-    return {{MSG_USER, L"\xF1\x04" L"ERROR:\x02\t Syntax error in STL file!"},
-            {MSG_USER, L"\xF1\t file:\x01" + name + L"\x02 line:\x01" + std::to_wstring(line)},
-            {MSG_USER, L"\xF1\t didn't find key-word \x01\"" + keyword + L"\""}};
-}
-
-inline std::vector<Line> end_of_file_block(const std::wstring& name, int line)
-{
-    return {{MSG_USER, L"\xF1\x04" L"ERROR:\x02\t Error in STL file!"},
-            {MSG_USER, L"\xF1\t file:\x01" + name + L"\x02 line:\x01" + std::to_wstring(line)},
-            {MSG_USER, L"\xF1\t End Of File while reading"}};
-}
-
-inline std::vector<Line> short_read_block(const std::wstring& name, int got, int polygon)
-{
-    return {{MSG_USER, L"\xF1\x04" L"ERROR:\x02\t in STL file (" + std::to_wstring(got) + L")!"},
-            {MSG_USER, L"\xF1\t file:\x01" + name + L"\x02 polygon:\x01" + std::to_wstring(polygon)},
-            {MSG_USER, L"\xF1\t End Of File while reading"}};
-}
-
-inline std::vector<Line> warning_lines(const std::wstring& name, int count)
-{
-    return {{MSG_USER, L"\xF1\x05WARNING:\x02\t in STL file " + name},
-            {MSG_USER, L"\xF1\t to many polygons (\x01" + std::to_wstring(count) + L"\x02)!"},
-            {MSG_USER, L"\xF1\t attempting to swap all bytes..."}};
-}
-
-inline std::vector<Line> swap_lines(const std::wstring& name, int count, int now)
-{
-    std::vector<Line> l = warning_lines(name, count);
-    l.push_back({MSG_USER, L"\xF1\t ...problem solved! (now \x01" + std::to_wstring(now) + L"\x02 polygons) "});
-    return l;
-}
-
-inline std::vector<Line> nope_lines(const std::wstring& name, int count)
-{
-    std::vector<Line> l = warning_lines(name, count);
-    l.push_back({MSG_USER, L"\xF1\t ...nope, sorry.  Can't read this file."});
-    return l;
-}
-
-inline std::vector<Line> join(std::initializer_list<std::vector<Line>> parts)
-{
-    std::vector<Line> all;
-    for (const auto& p : parts) all.insert(all.end(), p.begin(), p.end());
-    return all;
-}
-
-} // namespace pfx_test::stl
+} // namespace stl
+} // namespace pfx_test

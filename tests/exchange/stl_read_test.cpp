@@ -1,294 +1,186 @@
-// STL_Read and STL_Read_Merge: files on disk, whole transcripts, the object
-// they complete, the malformed-file corpus and every memory error.
+// STL_Read and STL_Read_Merge on the file corpus: whole transcripts and the
+// objects they give, names, missing files and every memory error.
 #include <dirent.h>
 
 #include <cstdlib>
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "exchange/stl_files.h"
-#include "support/capture.h"
-#include "support/objects.h"
 
 namespace {
 
-using pfx_test::Line;
-using pfx_test::ObjectPtr;
+using namespace pfx_test;
 using namespace pfx_test::stl;
 
-const std::string kCorpus = "data/stl/";
+const std::wstring kDir = wide(test_path("data/stl/"));
+const std::string kPlate = "0 0 0,1 0 0,0 1 0,1 1 0,|0 1 2 (0 0 1),1 3 2 (0 0 1),";
 
-std::wstring corpus_dir() { return pfx_test::wide(pfx_test::test_path(kCorpus)); }
-
-Line io(const std::wstring& text) { return {MSG_TRACE_IO, text}; }
-
-std::vector<Line> weld_lines(int polygons, int nodes)
+std::vector<Line> io(std::initializer_list<std::wstring> texts)
 {
-    return {io(L">>> in  STL_to_Movie()"),
-            io(L"-> Polyfex:STL_to_Movie() read " + std::to_wstring(polygons) + L" polygon with " +
-               std::to_wstring(nodes) + L" vertex\n"),
-            io(L"<<< out STL_to_Movie(done)")};
+    std::vector<Line> lines;
+    for (const std::wstring& t : texts) lines.push_back({MSG_TRACE_IO, t});
+    return lines;
 }
 
-class StlReadTest : public pfx_test::PfxTest {};
-
-TEST_F(StlReadTest, TextFileGivesAWeldedNamedObject)
+std::vector<Line> weld(int polygons, int nodes)
 {
-    const std::wstring dir = corpus_dir();
-    ObjectPtr obj(STL_Read(dir.c_str(), L"good_text"));
-    ASSERT_NE(obj, nullptr);
-    EXPECT_EQ(obj->Flags, 0x4041u);
-    EXPECT_EQ(std::wstring(obj->Name), L"plate");
-    EXPECT_EQ(std::wstring(obj->Path), dir);
-    EXPECT_EQ(obj->Node_Nb, 4);
-    EXPECT_EQ(obj->Poly_Nb, 2);
-    EXPECT_EQ(obj->Pos_Done, 1);
-    EXPECT_EQ(sink.lines(), join({{io(L">>> in  STL_Read(" + dir + L",good_text)"), io(L">>> in  STL_ASCII_Read(good_text)")},
-                                  weld_lines(2, 4),
-                                  {io(L"<<< out STL_ASCII_Read(done)"), io(L"<<< out STL_Read(done)")}}));
+    return io({L">>> in  STL_to_Movie()",
+               L"-> Polyfex:STL_to_Movie() read " + std::to_wstring(polygons) + L" polygon with " +
+                   std::to_wstring(nodes) + L" vertex\n",
+               L"<<< out STL_to_Movie(done)"});
 }
 
-TEST_F(StlReadTest, BinaryFileIsAnnouncedAndNamedAfterTheFile)
+// The header lines of a corpus file, each ending at a zero byte.
+std::vector<Line> header_of(const char* file)
 {
-    const std::wstring dir = corpus_dir();
-    ObjectPtr obj(STL_Read(dir.c_str(), L"good_binary"));
-    ASSERT_NE(obj, nullptr);
-    EXPECT_EQ(obj->Flags, 0x4041u);
-    EXPECT_EQ(std::wstring(obj->Name), L"good_binary");
-    EXPECT_EQ(obj->Node_Nb, 4);
-    EXPECT_EQ(sink.lines(),
-              join({{io(L">>> in  STL_Read(" + dir + L",good_binary)"), {MSG_PROGRESS, L"It is a binary STL file"},
-                     io(L">>> in  STL_BINARY_Read(good_binary)")},
-                    header_lines("binary plate", ""),
-                    weld_lines(2, 4),
-                    {io(L"<<< out STL_BINARY_Read(done)"), io(L"<<< out STL_Read(done)")}}));
+    const std::string b = read_file(test_path("data/stl/") + file + ".stl");
+    return header(b.substr(0, 40).c_str(), b.substr(40, 40).c_str());
+}
+const std::vector<Line> kSignBit = {{MSG_MEMORY, L"stl_read \nmemory error in calloc (var=poly, dim=-2147483648x76)"}};
+
+// The transcript without the source line numbers of memory lines.
+std::vector<Line> lines_of(const CaptureSink& sink)
+{
+    std::vector<Line> lines = sink.lines();
+    for (Line& l : lines)
+        if (l.flag == MSG_MEMORY) l.text = l.text.substr(l.text.find(L" of ") + 4);
+    return lines;
 }
 
-TEST_F(StlReadTest, MergeReturnsOnePointerAndKeepsAMissingNameNull)
+class StlReadTest : public PfxTest {};
+
+TEST_F(StlReadTest, EveryCorpusFileGivesItsTranscriptAndObjectThroughBothEntryPoints)
 {
-    const std::string dir = pfx_test::temp_dir();
-    pfx_test::write_file(dir + "anon.stl", text_file("", {tri(0, 0, 0)}));
-    const std::wstring wdir = pfx_test::wide(dir);
+    const std::vector<Line> plate = header_of("good_binary");
+    const struct {
+        std::string file;
+        bool binary; // as the format test finds it
+        std::vector<Line> body;
+        const char* parser_exit; // null after a memory error
+        std::string geometry;    // empty when refused
+    } cases[] = {
+        {"good_text", false, weld(2, 4), "done", kPlate},
+        {"good_text_crlf", false, weld(2, 4), "done", kPlate},
+        {"good_text_capitals", false, weld(2, 4), "done", kPlate},
+        {"good_text_no_final_line_end", false, weld(2, 4), "done", kPlate},
+        {"good_binary", true, plate + weld(2, 4), "done", kPlate},
+        {"good_binary_swapped", true, plate + too_many(L"good_binary_swapped", 0x02000000, solved(2)) + weld(2, 4),
+         "done", kPlate},
+        {"good_binary_trailing_bytes", true, plate + weld(2, 4), "done", kPlate},
+        {"good_binary_empty", true, plate + weld(0, 0), "done", "|"},
+        {"bad_empty", true, short_read(L"bad_empty", 0), "ret != num", ""},
+        {"bad_binary_short_header", true, short_read(L"bad_binary_short_header", 50), "ret != num", ""},
+        {"bad_binary_short_count", true,
+         header_of("bad_binary_short_count") + short_read(L"bad_binary_short_count", 2), "ret != num", ""},
+        {"bad_binary_truncated", true, plate + too_many(L"bad_binary_truncated", 5, kNope), "nb_poly > max_poly", ""},
+        {"bad_binary_count_beyond_both_orders", true,
+         plate + too_many(L"bad_binary_count_beyond_both_orders", 0x10002710, kNope), "nb_poly > max_poly", ""},
+        {"bad_binary_count_beyond_big_endian", true,
+         plate + too_many(L"bad_binary_count_beyond_big_endian", 0x20000010, kNope), "nb_poly > max_poly", ""},
+        // A count with the sign bit passes the size test and fails the allocation.
+        {"bad_binary_count_sign_bit", true, plate + kSignBit, nullptr, ""},
+        {"bad_binary_count_sign_bit_swapped", true,
+         plate + too_many(L"bad_binary_count_sign_bit_swapped", 128, solved(-2147483648LL)) + kSignBit, nullptr, ""},
+        {"bad_binary_solid_header", false, syntax_error(L"bad_binary_solid_header", 2, L"facet normal"), "! pt", ""},
+        {"bad_text_no_endsolid", false, end_of_file(L"bad_text_no_endsolid", 16), "! fgets", ""},
+        {"bad_text_cut_in_facet", false, syntax_error(L"bad_text_cut_in_facet", 7, L"endloop"), "! pt", ""},
+        {"bad_text_cut_in_number", false, end_of_file(L"bad_text_cut_in_number", 6), "! fgets", ""},
+        {"bad_text_two_blanks", false, syntax_error(L"bad_text_two_blanks", 2, L"facet normal"), "! pt", ""},
+        {"bad_text_long_line", false, syntax_error(L"bad_text_long_line", 3, L"outer loop"), "! pt", ""},
+        {"bad_text_missing_vertex", false, syntax_error(L"bad_text_missing_vertex", 6, L"vertex"), "! pt", ""},
+        {"bad_text_first_line", true, header_of("bad_text_first_line") + too_many(L"bad_text_first_line", 540024881, kNope),
+         "nb_poly > max_poly", ""}};
+    std::set<std::string> on_disk, listed;
+    DIR* d = opendir(test_path("data/stl").c_str());
+    ASSERT_NE(d, nullptr);
+    while (dirent* e = readdir(d))
+        if (std::string n = e->d_name; n.ends_with(".stl")) on_disk.insert(n.substr(0, n.size() - 4));
+    closedir(d);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file);
+        listed.insert(c.file);
+        const std::wstring name = wide(c.file), parser = c.binary ? L"STL_BINARY_Read" : L"STL_ASCII_Read";
+        for (const std::wstring entry : {L"STL_Read", L"STL_Read_Merge"}) {
+            sink.clear();
+            Movie_Objs** list = nullptr;
+            ObjectPtr obj(entry == L"STL_Read" ? STL_Read(kDir.c_str(), name.c_str()) : nullptr);
+            if (entry != L"STL_Read" && STL_Read_Merge(kDir.c_str(), name.c_str(), &list) == 1) obj.reset(list[0]);
+            std::free(list);
+            std::vector<Line> want = io({L">>> in  " + entry + L"(" + kDir + L"," + name + L")"});
+            if (c.binary && entry == L"STL_Read") want.push_back({MSG_PROGRESS, L"It is a binary STL file"});
+            want = want + io({L">>> in  " + parser + L"(" + name + L")"}) + c.body;
+            if (c.parser_exit) want = want + io({L"<<< out " + parser + L"(" + wide(c.parser_exit) + L")"});
+            const wchar_t* exit = !c.geometry.empty() ? L"done" : entry == L"STL_Read" ? L"! obj" : L"! (*obj)[0]";
+            EXPECT_EQ(lines_of(sink), want + io({L"<<< out " + entry + L"(" + exit + L")"}));
+            ASSERT_EQ(obj == nullptr, c.geometry.empty());
+            if (!obj) continue;
+            EXPECT_EQ(describe(obj.get()), c.geometry);
+            EXPECT_EQ(obj->Flags, 0x4041u);
+            EXPECT_EQ(std::wstring(obj->Path), kDir);
+            EXPECT_EQ(std::wstring(obj->Name), c.binary ? name : L"plate");
+        }
+    }
+    EXPECT_EQ(on_disk, listed);
+}
+
+TEST_F(StlReadTest, UnnamedTextSolidIsNamedAfterTheFileOnlyByStlRead)
+{
+    const std::string dir = temp_dir();
+    write_file(dir + "anon.stl", "solid\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\n"
+                                 "endloop\nendfacet\nendsolid\n");
     Movie_Objs** list = nullptr;
-    ASSERT_EQ(STL_Read_Merge(wdir.c_str(), L"anon", &list), 1);
-    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(STL_Read_Merge(wide(dir).c_str(), L"anon", &list), 1);
     EXPECT_EQ(list[0]->Name, nullptr);
-    EXPECT_EQ(std::wstring(list[0]->Path), wdir);
-    EXPECT_EQ(list[0]->Flags, 0x4041u);
-    EXPECT_EQ(sink.lines().front(), io(L">>> in  STL_Read_Merge(" + wdir + L",anon)"));
-    EXPECT_EQ(sink.lines().back(), io(L"<<< out STL_Read_Merge(done)"));
-    pfx_test::free_object_list(list, 1);
-
-    ObjectPtr obj(STL_Read(wdir.c_str(), L"anon"));
+    free_object_list(list, 1);
+    ObjectPtr obj(STL_Read(wide(dir).c_str(), L"anon"));
     ASSERT_NE(obj, nullptr);
     EXPECT_EQ(std::wstring(obj->Name), L"anon");
-
-    // The binary reader names the object after the file either way, and
-    // only STL_Read announces the binary encoding.
-    sink.clear();
-    const std::wstring corpus = corpus_dir();
-    ASSERT_EQ(STL_Read_Merge(corpus.c_str(), L"good_binary", &list), 1);
-    EXPECT_EQ(std::wstring(list[0]->Name), L"good_binary");
-    EXPECT_TRUE(sink.texts(MSG_PROGRESS).size() == 2u);
-    pfx_test::free_object_list(list, 1);
-}
-
-TEST_F(StlReadTest, CrlfCapitalsAndMissingLineEndReadLikeThePlainFile)
-{
-    const std::wstring dir = corpus_dir();
-    ObjectPtr plain(STL_Read(dir.c_str(), L"good_text"));
-    ASSERT_NE(plain, nullptr);
-    for (const wchar_t* name : {L"good_text_crlf", L"good_text_capitals", L"good_text_no_final_line_end",
-                                L"good_binary", L"good_binary_swapped", L"good_binary_trailing_bytes"}) {
-        ObjectPtr obj(STL_Read(dir.c_str(), name));
-        ASSERT_NE(obj, nullptr) << pfx_test::narrow(name);
-        ASSERT_EQ(obj->Node_Nb, plain->Node_Nb);
-        ASSERT_EQ(obj->Poly_Nb, plain->Poly_Nb);
-        for (int k = 0; k < obj->Node_Nb; ++k) {
-            EXPECT_EQ(obj->Node_Pt[k].Coord.x, plain->Node_Pt[k].Coord.x);
-            EXPECT_EQ(obj->Node_Pt[k].Coord.y, plain->Node_Pt[k].Coord.y);
-        }
-        if (std::wstring(name).find(L"text") != std::wstring::npos) {
-            EXPECT_EQ(std::wstring(obj->Name), L"plate");
-        }
-    }
-}
-
-TEST_F(StlReadTest, EmptyFilesGiveEmptyObjects)
-{
-    const std::string dir = pfx_test::temp_dir();
-    pfx_test::write_file(dir + "empty_text.stl", "solid\nendsolid\n");
-    const std::wstring wdir = pfx_test::wide(dir);
-    for (const wchar_t* name : {L"empty_text"}) {
-        ObjectPtr obj(STL_Read(wdir.c_str(), name));
-        ASSERT_NE(obj, nullptr);
-        EXPECT_EQ(obj->Node_Nb, 0);
-        EXPECT_EQ(obj->Poly_Nb, 0);
-        EXPECT_EQ(obj->Flags, 0x4041u);
-    }
-    const std::wstring corpus = corpus_dir();
-    ObjectPtr bin(STL_Read(corpus.c_str(), L"good_binary_empty"));
-    ASSERT_NE(bin, nullptr);
-    EXPECT_EQ(bin->Node_Nb, 0);
-    EXPECT_EQ(bin->Node_Pt, nullptr);
 }
 
 TEST_F(StlReadTest, MissingFileSendsTheOpenBlockAndLeavesTheResultAlone)
 {
-    const std::wstring dir = corpus_dir();
-    EXPECT_EQ(STL_Read(dir.c_str(), L"no_such_file"), nullptr);
-    const std::vector<Line> block = {{MSG_USER, L"\xF1\x04" L"ERROR:\x02\t Unable to open file!"},
-                                     {MSG_USER, L"\xF1\t dir:\x01" + dir},
-                                     {MSG_USER, L"\xF1\t file\x01no_such_file"},
-                                     {MSG_USER, L"\xF1\t No such file or directory"}};
-    EXPECT_EQ(sink.lines(), join({{io(L">>> in  STL_Read(" + dir + L",no_such_file)")}, block,
-                                  {io(L"<<< out STL_Read(! f_in)")}}));
+    const std::vector<Line> block = user({L"\x04" L"ERROR:\x02\t Unable to open file!", L"\t dir:\x01" + kDir,
+                                          L"\t file\x01no_such_file", L"\t No such file or directory"});
+    EXPECT_EQ(STL_Read(kDir.c_str(), L"no_such_file"), nullptr);
+    EXPECT_EQ(sink.lines(), io({L">>> in  STL_Read(" + kDir + L",no_such_file)"}) + block + io({L"<<< out STL_Read(! f_in)"}));
     EXPECT_EQ(std::wstring(Kren_Err_Str), L"No such file or directory");
-
     sink.clear();
     Movie_Objs** untouched = reinterpret_cast<Movie_Objs**>(&sink);
     Movie_Objs** list = untouched;
-    EXPECT_EQ(STL_Read_Merge(dir.c_str(), L"no_such_file", &list), 0);
+    EXPECT_EQ(STL_Read_Merge(kDir.c_str(), L"no_such_file", &list), 0);
     EXPECT_EQ(list, untouched);
-    EXPECT_EQ(sink.lines(), join({{io(L">>> in  STL_Read_Merge(" + dir + L",no_such_file)")}, block,
-                                  {io(L"<<< out STL_Read_Merge(! f_in)")}}));
-
+    EXPECT_EQ(sink.lines(), io({L">>> in  STL_Read_Merge(" + kDir + L",no_such_file)"}) + block +
+                                io({L"<<< out STL_Read_Merge(! f_in)"}));
     // A path beyond 770 characters is cut and does not open.
     sink.clear();
-    const std::wstring long_name(800, L'a');
-    EXPECT_EQ(STL_Read(dir.c_str(), long_name.c_str()), nullptr);
-    EXPECT_EQ(sink.lines().back(), io(L"<<< out STL_Read(! f_in)"));
+    EXPECT_EQ(STL_Read(kDir.c_str(), std::wstring(800, L'a').c_str()), nullptr);
+    EXPECT_EQ(sink.lines().back(), io({L"<<< out STL_Read(! f_in)"})[0]);
 }
 
-TEST_F(StlReadTest, ParserFailureEndsBothEntryPointsWithTheirReason)
+TEST_F(StlReadTest, EveryMemoryErrorIsOneLineAndLeaksNothing)
 {
-    const std::wstring dir = corpus_dir();
-    EXPECT_EQ(STL_Read(dir.c_str(), L"bad_text_two_blanks"), nullptr);
-    EXPECT_EQ(sink.lines(), join({{io(L">>> in  STL_Read(" + dir + L",bad_text_two_blanks)"),
-                                   io(L">>> in  STL_ASCII_Read(bad_text_two_blanks)")},
-                                  syntax_error_block(L"bad_text_two_blanks", 2, L"facet normal"),
-                                  {io(L"<<< out STL_ASCII_Read(! pt)"), io(L"<<< out STL_Read(! obj)")}}));
-    sink.clear();
-    Movie_Objs** list = reinterpret_cast<Movie_Objs**>(&sink);
-    EXPECT_EQ(STL_Read_Merge(dir.c_str(), L"bad_binary_truncated", &list), 0);
-    EXPECT_EQ(list, nullptr);
-    EXPECT_EQ(sink.lines(), join({{io(L">>> in  STL_Read_Merge(" + dir + L",bad_binary_truncated)"),
-                                   io(L">>> in  STL_BINARY_Read(bad_binary_truncated)")},
-                                  header_lines("binary plate", ""), nope_lines(L"bad_binary_truncated", 5),
-                                  {io(L"<<< out STL_BINARY_Read(nb_poly > max_poly)"),
-                                   io(L"<<< out STL_Read_Merge(! (*obj)[0])")}}));
-}
-
-// The parser's exit reason in a transcript, "memory" for a memory error.
-std::string parser_exit(const std::vector<Line>& lines)
-{
-    for (const Line& l : lines) {
-        if (l.flag == MSG_MEMORY) return "memory";
-        for (const wchar_t* head : {L"<<< out STL_ASCII_Read(", L"<<< out STL_BINARY_Read("}) {
-            const std::wstring h = head;
-            if (l.text.compare(0, h.size(), h) == 0)
-                return pfx_test::narrow(l.text.substr(h.size(), l.text.size() - h.size() - 1));
-        }
-    }
-    return "none";
-}
-
-TEST_F(StlReadTest, EveryCorpusFileReadsAsExpected)
-{
-    const std::map<std::string, std::string> expected = {
-        {"good_text", "done"},
-        {"good_text_crlf", "done"},
-        {"good_text_capitals", "done"},
-        {"good_text_no_final_line_end", "done"},
-        {"good_binary", "done"},
-        {"good_binary_swapped", "done"},
-        {"good_binary_trailing_bytes", "done"},
-        {"good_binary_empty", "done"},
-        {"bad_empty", "ret != num"},
-        {"bad_binary_short_header", "ret != num"},
-        {"bad_binary_short_count", "ret != num"},
-        {"bad_binary_truncated", "nb_poly > max_poly"},
-        {"bad_binary_count_beyond_both_orders", "nb_poly > max_poly"},
-        {"bad_binary_count_beyond_big_endian", "nb_poly > max_poly"},
-        {"bad_binary_count_sign_bit", "memory"},
-        {"bad_binary_count_sign_bit_swapped", "memory"},
-        {"bad_binary_solid_header", "! pt"},
-        {"bad_text_no_endsolid", "! fgets"},
-        {"bad_text_cut_in_facet", "! pt"},
-        {"bad_text_cut_in_number", "! fgets"},
-        {"bad_text_two_blanks", "! pt"},
-        {"bad_text_long_line", "! pt"},
-        {"bad_text_missing_vertex", "! pt"},
-        {"bad_text_first_line", "nb_poly > max_poly"},
-    };
-    std::set<std::string> on_disk;
-    DIR* d = opendir(pfx_test::test_path(kCorpus).c_str());
-    ASSERT_NE(d, nullptr);
-    while (dirent* e = readdir(d)) {
-        std::string n = e->d_name;
-        if (n.size() > 4 && n.compare(n.size() - 4, 4, ".stl") == 0) on_disk.insert(n.substr(0, n.size() - 4));
-    }
-    closedir(d);
-    EXPECT_EQ(on_disk.size(), expected.size());
-    const std::wstring dir = corpus_dir();
-    for (const std::string& name : on_disk) {
-        auto it = expected.find(name);
-        ASSERT_NE(it, expected.end()) << name << " has no expectation";
-        sink.clear();
-        const std::wstring wname = pfx_test::wide(name);
-        ObjectPtr obj(STL_Read(dir.c_str(), wname.c_str()));
-        EXPECT_EQ(parser_exit(sink.lines()), it->second) << name;
-        EXPECT_EQ(obj != nullptr, it->second == "done") << name;
-        EXPECT_EQ(sink.lines().back(), io(obj ? L"<<< out STL_Read(done)" : L"<<< out STL_Read(! obj)")) << name;
-        // Refused files say why in a user block (memory errors in their line).
-        if (!obj && it->second != "memory") {
-            EXPECT_FALSE(sink.texts(MSG_USER).empty()) << name;
-        }
-    }
-}
-
-TEST_F(StlReadTest, EveryMemoryErrorIsReportedOnceAndLeaksNothing)
-{
-    const std::wstring dir = corpus_dir();
     std::set<std::string> vars;
-    auto var_of = [](const std::wstring& text) {
-        const std::string t = pfx_test::narrow(text);
-        const size_t v = t.find("(var=") + 5;
-        const size_t dim = t.find(", dim=", v);
-        return t.substr(v, (dim != std::string::npos ? dim : t.rfind(')')) - v);
-    };
-    for (const wchar_t* name : {L"good_text", L"good_binary"}) {
-        pfx_test::for_each_alloc_failure([&](long) {
-            sink.clear();
-            ObjectPtr obj(STL_Read(dir.c_str(), name));
-            const auto memory = sink.texts(MSG_MEMORY);
-            if (obj) {
-                EXPECT_TRUE(memory.empty());
-                return;
-            }
-            ASSERT_EQ(memory.size(), 1u);
-            vars.insert(var_of(memory[0]));
-        });
-        pfx_test::for_each_alloc_failure([&](long) {
-            sink.clear();
-            Movie_Objs** list = nullptr;
-            const int n = STL_Read_Merge(dir.c_str(), name, &list);
-            const auto memory = sink.texts(MSG_MEMORY);
-            if (n == 1) {
-                pfx_test::free_object_list(list, 1);
-                return;
-            }
-            EXPECT_EQ(list, nullptr);
-            ASSERT_EQ(memory.size(), 1u);
-            vars.insert(var_of(memory[0]));
-        });
-    }
-    for (const char* v : {"obj->Name", "obj->Path", "(*obj)", "(*obj)[0]->Path", "obj_name", "poly", "bytes",
-                          "corner", "box_nb", "box_id", "box_id[box]", "obj", "obj->Node_Pt", "obj->Poly_Pt",
-                          "node->Poly_Id"})
-        EXPECT_EQ(vars.count(v), 1u) << v;
+    for (const wchar_t* name : {L"good_text", L"good_binary"})
+        for (bool merge : {false, true})
+            for_each_alloc_failure([&](long) {
+                sink.clear();
+                Movie_Objs** list = reinterpret_cast<Movie_Objs**>(&sink);
+                ObjectPtr obj(merge ? nullptr : STL_Read(kDir.c_str(), name));
+                if (merge && STL_Read_Merge(kDir.c_str(), name, &list) == 1) obj.reset(list[0]);
+                if (merge) std::free(obj ? list : nullptr);
+                EXPECT_TRUE(obj || !merge || list == nullptr);
+                const auto memory = sink.texts(MSG_MEMORY);
+                ASSERT_EQ(memory.size(), obj ? 0u : 1u);
+                if (obj) return;
+                const std::string t = narrow(memory[0]);
+                const size_t v = t.find("(var=") + 5, dim = t.find(", dim=", v);
+                vars.insert(t.substr(v, (dim != std::string::npos ? dim : t.rfind(')')) - v));
+            });
+    EXPECT_EQ(vars, (std::set<std::string>{"obj->Name", "obj->Path", "(*obj)", "(*obj)[0]->Path", "obj_name", "poly",
+                                           "bytes", "corner", "box_nb", "box_id", "box_id[box]", "obj", "obj->Node_Pt",
+                                           "obj->Poly_Pt", "node->Poly_Id"}));
 }
 
 } // namespace
