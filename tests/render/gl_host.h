@@ -12,6 +12,7 @@
 #include "render/vbo_build.h"
 #include "sample_scene.h"
 #include "support/capture.h"
+#include "support/objects.h"
 
 namespace pfx_render_test {
 
@@ -47,6 +48,23 @@ protected:
     int size_;
     GlContext context_;
 };
+
+// A triangle (10,10) (30,10) (10,30) and a quad (40,40) (60,40) (60,60) (40,60),
+// counter-clockwise in window coordinates, with polygon normals, node normals
+// (0.1 i, 0, 1) and node colours (10 i, 100 + i, 7, 200 + i).
+inline pfx_test::ObjectPtr tri_and_quad(unsigned flags)
+{
+    pfx_test::ObjectPtr obj(pfx_test::make_object(
+        {{10, 10, 0}, {30, 10, 0}, {10, 30, 0}, {40, 40, 0}, {60, 40, 0}, {60, 60, 0}, {40, 60, 0}},
+        {{0, 1, 2}, {3, 4, 5, 6}}, flags));
+    obj->Poly_Pt[0].Normal = Vector_4{0, 0, 1, 1};
+    obj->Poly_Pt[1].Normal = Vector_4{0, 0.6f, 0.8f, 1};
+    for (int i = 0; i < 7; ++i) {
+        obj->Node_Pt[i].Normal = Vector_4{0.1f * i, 0, 1, 1};
+        obj->Node_Pt[i].Color = rgba(uint8_t(10 * i), uint8_t(100 + i), 7, uint8_t(200 + i));
+    }
+    return obj;
+}
 
 template <class T>
 std::vector<T> buffer_contents(GLuint name)

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "gl_host.h"
-#include "support/objects.h"
 
 namespace {
 
@@ -23,7 +22,7 @@ std::vector<XY> corners(const FbPrim& p)
     for (const FbVertex& v : p.v) out.push_back({v.x, v.y});
     return out;
 }
-// One row per vertex: r g b a s t, colours in steps of 1/255 (rounded).
+// Per vertex: r g b a in steps of 1/255 (rounded), s t.
 std::vector<Floats> colours(const FbPrim& p)
 {
     std::vector<Floats> out;
@@ -32,25 +31,16 @@ std::vector<Floats> colours(const FbPrim& p)
                        std::round(v.a * 255), v.s, v.t});
     return out;
 }
-Floats current_normal()
+std::vector<FbPrim> draw(Movie_Objs* obj, short mode, Floats* normal_after = nullptr)
 {
-    Floats n(3);
-    glGetFloatv(GL_CURRENT_NORMAL, n.data());
-    return n;
-}
-std::vector<FbPrim> draw(Movie_Objs* obj, short mode)
-{
-    return feedback([&] { Movie_OpenGL_Draw(obj, mode, 0, 1000); });
+    return feedback([&] {
+        Movie_OpenGL_Draw(obj, mode, 0, 1000);
+        if (normal_after) glGetFloatv(GL_CURRENT_NORMAL, normal_after->data());
+    });
 }
 
 // With one white light along +z in eye space, no ambient light and a white
 // diffuse material, a lit vertex's red channel is the z of its normal.
-Floats lit_red(const FbPrim& p)
-{
-    Floats out;
-    for (const FbVertex& v : p.v) out.push_back(std::round(v.r * 100) / 100);
-    return out;
-}
 void light_along_z()
 {
     const GLfloat dir[4] = {0, 0, 1, 0}, white[4] = {1, 1, 1, 1}, black[4] = {0, 0, 0, 1};
@@ -62,17 +52,13 @@ void light_along_z()
     glEnable(GL_LIGHTING);
     glEnable(GL_LIGHT0);
 }
-
-// A triangle (10,10) (30,10) (10,30) and a quad (40,40) (60,40) (60,60)
-// (40,60), both counter-clockwise in window coordinates.
-ObjectPtr tri_and_quad(unsigned flags)
+// The lit red of every vertex drawn, to two places.
+Floats lit_red(const std::vector<FbPrim>& prims)
 {
-    ObjectPtr obj(make_object({{10, 10, 0}, {30, 10, 0}, {10, 30, 0}, {40, 40, 0}, {60, 40, 0},
-                               {60, 60, 0}, {40, 60, 0}},
-                              {{0, 1, 2}, {3, 4, 5, 6}}, flags));
-    obj->Poly_Pt[0].Normal = Vector_4{0, 0, 1, 1};
-    obj->Poly_Pt[1].Normal = Vector_4{0, 0.6f, 0.8f, 1};
-    return obj;
+    Floats out;
+    for (const FbPrim& p : prims)
+        for (const FbVertex& v : p.v) out.push_back(std::round(v.r * 100) / 100);
+    return out;
 }
 
 using ImmediateDraw = GlTest;
@@ -84,15 +70,14 @@ TEST_F(ImmediateDraw, PolygonsGoOutReversedButBuffersKeepTheForwardOrder)
     std::vector<FbPrim> prims = draw(obj.get(), 1);
     ASSERT_EQ(prims.size(), 3u) << "the GL cuts the quad into two triangles";
     EXPECT_EQ(corners(prims[0]), (std::vector<XY>{{11, 32}, {31, 12}, {11, 12}}));
+    EXPECT_EQ(corners(prims[1])[0], (XY{41, 62})) << "corner 3 first";
     std::set<XY> quad;
     for (const FbPrim& p : prims) {
         EXPECT_EQ(p.token, GLenum(GL_POLYGON_TOKEN));
         EXPECT_LT(p.area2(), 0) << "clockwise: the reverse of the polygon's own order";
-        if (&p != &prims[0])
-            for (const XY& c : corners(p)) quad.insert(c);
+        for (const XY& c : corners(p)) quad.insert(c);
     }
-    EXPECT_EQ(quad, (std::set<XY>{{41, 42}, {61, 42}, {61, 62}, {41, 62}}));
-    EXPECT_EQ(corners(prims[1])[0], (XY{41, 62})) << "corner 3 first";
+    EXPECT_EQ(quad, (std::set<XY>{{11, 12}, {31, 12}, {11, 32}, {41, 42}, {61, 42}, {61, 62}, {41, 62}}));
 
     // Polygons of other corner counts draw nothing, smooth or flat.
     obj->Poly_Pt[1].Node_Id_Nb = 5;
@@ -124,12 +109,13 @@ TEST_F(ImmediateDraw, PointsAndLinesKeepTheirOrderAndTheHostsColourWithTheFixedN
     glColor4f(0.2f, 0.4f, 0.6f, 1.0f);
     glTexCoord2f(0.125f, 0.875f);
     glNormal3f(1, 0, 0);
-    const std::vector<FbPrim> prims = draw(obj.get(), 1);
-    EXPECT_EQ(current_normal(), (Floats{0, 0, -1}));
+    Floats normal(3);
+    const std::vector<FbPrim> prims = draw(obj.get(), 1, &normal);
+    EXPECT_EQ(normal, (Floats{0, 0, -1}));
     ASSERT_EQ(prims.size(), 2u);
     EXPECT_EQ(prims[0].token, GLenum(GL_POINT_TOKEN));
-    EXPECT_EQ(corners(prims[0]), (std::vector<XY>{{20, 25}}));
     EXPECT_EQ(prims[1].token, GLenum(GL_LINE_TOKEN));
+    EXPECT_EQ(corners(prims[0]), (std::vector<XY>{{20, 25}}));
     EXPECT_EQ(corners(prims[1]), (std::vector<XY>{{5, 5}, {20, 5}}));
     const Floats host = {51, 102, 153, 255, 0.125f, 0.875f};
     EXPECT_EQ(colours(prims[0]), std::vector<Floats>(1, host));
@@ -139,52 +125,41 @@ TEST_F(ImmediateDraw, PointsAndLinesKeepTheirOrderAndTheHostsColourWithTheFixedN
 TEST_F(ImmediateDraw, FlatModeSendsOneColourAndNormalPerPolygon)
 {
     ObjectPtr obj = tri_and_quad(GEOM_POLY | COLORED | NO_VBO);
-    obj->Node_Pt[0].Color = rgba(255, 0, 0, 10);
-    obj->Node_Pt[1].Color = rgba(0, 255, 0, 20);
-    obj->Node_Pt[2].Color = rgba(0, 0, 255, 30);
     obj->Poly_Pt[1].Color = rgba(10, 20, 30, 40);
-    std::vector<FbPrim> prims = draw(obj.get(), 2);
+    Floats normal(3);
+    const std::vector<FbPrim> prims = draw(obj.get(), 2, &normal);
     ASSERT_EQ(prims.size(), 3u);
-    EXPECT_EQ(colours(prims[0]), std::vector<Floats>(3, Floats{85, 85, 85, 255, 0, 0}));
+    EXPECT_EQ(colours(prims[0]), std::vector<Floats>(3, Floats{10, 101, 7, 255, 0, 0})) << "corner mean";
     for (int i : {1, 2}) EXPECT_EQ(colours(prims[i]), std::vector<Floats>(3, Floats{10, 20, 30, 255, 0, 0}));
-    EXPECT_EQ(current_normal(), (Floats{0, 0.6f, 0.8f}));
+    EXPECT_EQ(normal, (Floats{0, 0.6f, 0.8f}));
 
     // Lit, every corner shows its polygon's normal, not its node's.
     obj->Flags &= ~COLORED;
-    obj->Node_Pt[0].Normal = Vector_4{0, 0, 0.1f, 1};
     light_along_z();
-    prims = draw(obj.get(), 2);
-    ASSERT_EQ(prims.size(), 3u);
-    EXPECT_EQ(lit_red(prims[0]), (Floats{1, 1, 1}));
-    EXPECT_EQ(lit_red(prims[1]), (Floats{0.8f, 0.8f, 0.8f}));
+    EXPECT_EQ(lit_red(draw(obj.get(), 2)), (Floats{1, 1, 1, 0.8f, 0.8f, 0.8f, 0.8f, 0.8f, 0.8f}));
 }
 
 TEST_F(ImmediateDraw, SmoothModeSendsColourTextureAndNormalPerCorner)
 {
     ObjectPtr obj = tri_and_quad(GEOM_POLY | COLORED | NO_VBO);
-    for (int i = 0; i < 7; ++i) obj->Node_Pt[i].Color = rgba(uint8_t(30 * i), uint8_t(5 + i), 200, 9);
     obj->Text_Nb = 3;
     obj->Text_Pt = static_cast<float*>(std::malloc(6 * sizeof(float)));
     const float uv[6] = {0.0f, 0.5f, 0.25f, 0.75f, 1.0f, 0.125f};
     std::memcpy(obj->Text_Pt, uv, sizeof uv);
     const int text_ids[4] = {2, 0, 1, 0};
     std::memcpy(obj->Poly_Pt[0].Text_Id, text_ids, sizeof text_ids);
-    std::vector<FbPrim> prims = draw(obj.get(), 1);
+    const std::vector<FbPrim> prims = draw(obj.get(), 1);
     ASSERT_EQ(prims.size(), 3u);
     // Corners 2, 1, 0: nodes 2, 1, 0 with texture pairs 1, 0, 2.
-    EXPECT_EQ(colours(prims[0]), (std::vector<Floats>{{60, 7, 200, 255, 0.25f, 0.75f},
-                                                      {30, 6, 200, 255, 0, 0.5f},
-                                                      {0, 5, 200, 255, 1, 0.125f}}));
+    EXPECT_EQ(colours(prims[0]), (std::vector<Floats>{{20, 102, 7, 255, 0.25f, 0.75f},
+                                                      {10, 101, 7, 255, 0, 0.5f},
+                                                      {0, 100, 7, 255, 1, 0.125f}}));
 
     obj->Flags &= ~COLORED;
-    obj->Node_Pt[0].Normal = Vector_4{0, 0, 1, 1};
     obj->Node_Pt[1].Normal = Vector_4{0, 0.6f, 0.8f, 1};
     obj->Node_Pt[2].Normal = Vector_4{0.8f, 0, 0.6f, 1};
     light_along_z();
-    prims = draw(obj.get(), 1);
-    ASSERT_EQ(prims.size(), 3u);
-    EXPECT_EQ(lit_red(prims[0]), (Floats{0.6f, 0.8f, 1.0f}));
-
+    EXPECT_EQ(lit_red(draw(obj.get(), 1)), (Floats{0.6f, 0.8f, 1, 1, 1, 1, 1, 1, 1}));
     // A normal list wins over the node normals.
     obj->Normal_Nb = 2;
     obj->Normal_Pt = static_cast<float*>(std::calloc(6, sizeof(float)));
@@ -192,9 +167,7 @@ TEST_F(ImmediateDraw, SmoothModeSendsColourTextureAndNormalPerCorner)
     obj->Normal_Pt[5] = 0.25f; // entry 1: (0, 0, 0.25)
     const int normal_ids[4] = {1, 0, 0, 0};
     std::memcpy(obj->Poly_Pt[0].Normal_Id, normal_ids, sizeof normal_ids);
-    prims = draw(obj.get(), 1);
-    ASSERT_EQ(prims.size(), 3u);
-    EXPECT_EQ(lit_red(prims[0]), (Floats{0.5f, 0.5f, 0.25f}));
+    EXPECT_EQ(lit_red(draw(obj.get(), 1)), (Floats{0.5f, 0.5f, 0.25f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f}));
 }
 
 // n small triangles; triangle k sits at a window position that encodes k.

@@ -16,21 +16,6 @@ using pfx_test::make_object;
 using pfx_test::ObjectPtr;
 using Names = std::vector<uint32_t>;
 
-// One triangle and one quad, coloured, with polygon and node normals.
-ObjectPtr tri_and_quad(unsigned flags = GEOM_POLY | COLORED)
-{
-    ObjectPtr obj(make_object({{1, 1, 0}, {9, 1, 0}, {1, 9, 0}, {20, 20, 1}, {30, 20, 1},
-                               {30, 30, 1}, {20, 30, 1}},
-                              {{0, 1, 2}, {3, 4, 5, 6}}, flags));
-    obj->Poly_Pt[0].Normal = Vector_4{0, 0, 1, 1};
-    obj->Poly_Pt[1].Normal = Vector_4{0, 0.6f, 0.8f, 1};
-    for (int i = 0; i < 7; ++i) {
-        obj->Node_Pt[i].Normal = Vector_4{0.1f * i, 0, 1, 1};
-        obj->Node_Pt[i].Color = rgba(uint8_t(10 * i), uint8_t(100 + i), 7, uint8_t(200 + i));
-    }
-    return obj;
-}
-
 // In field order: positions, flat and smooth normals, flat and smooth colours.
 Names names(const Movie_Objs& o)
 {
@@ -92,13 +77,13 @@ TEST_F(MovieOpenGLDraw, EachModeBuildsItsBuffersOnceFromTheFills)
     EXPECT_EQ(buffer_contents<float>(2), filled(*obj, pfx::render::fill_normal_smooth));
     EXPECT_EQ(buffer_contents<uint32_t>(5), filled(*obj, pfx::render::fill_color_flat));
     EXPECT_EQ(buffer_contents<uint32_t>(3), filled(*obj, pfx::render::fill_color_smooth));
-    EXPECT_EQ(buffer_contents<float>(1)[0], 2.0f) << "displaced position";
+    EXPECT_EQ(buffer_contents<float>(1)[0], 11.0f) << "displaced position";
     EXPECT_TRUE(sink.lines().empty());
 }
 
 TEST_F(MovieOpenGLDraw, ResetMarksGroupsThatTheNextRealDrawDeletes)
 {
-    ObjectPtr obj = tri_and_quad();
+    ObjectPtr obj = tri_and_quad(GEOM_POLY | COLORED);
     Movie_OpenGL_Draw(obj.get(), 1, 0, 1000);
     Movie_OpenGL_Draw(obj.get(), 2, 0, 1000); // names 1 to 5
     EXPECT_EQ(Movie_OpenGL_Reset(obj.get(), 2), 1);
@@ -128,7 +113,7 @@ TEST_F(MovieOpenGLDraw, ResetMarksGroupsThatTheNextRealDrawDeletes)
     EXPECT_EQ(spy.take(), "is 1 yes; " + built(2, obj->VBO_Normal_Smooth, 108) + "is 3 yes; bind 1; bind " +
                               normals + "; bind 3; bind 0; ");
     EXPECT_EQ(obj->Node_Pt[0].Pos.x, 5.0f);
-    EXPECT_EQ(buffer_contents<float>(1)[0], 1.0f);
+    EXPECT_EQ(buffer_contents<float>(1)[0], 10.0f);
     spy.take();
     Movie_OpenGL_Reset(obj.get(), 7);
     Movie_OpenGL_Draw(obj.get(), 1, 0, 1000);
@@ -192,7 +177,7 @@ TEST_F(MovieOpenGLDraw, EachFailedScratchArrayIsReportedAndTheDrawFallsBack)
         std::vector<std::string> built_buffers;
         pfx_test::for_each_alloc_failure([&](long) {
             sink.clear();
-            ObjectPtr obj = tri_and_quad();
+            ObjectPtr obj = tri_and_quad(GEOM_POLY | COLORED);
             const std::vector<FbPrim> prims = feedback([&] {
                 EXPECT_EQ(Movie_OpenGL_Draw(obj.get(), mode, 0, 1000), 1);
             });
