@@ -14,31 +14,27 @@ namespace pfx_test {
 
 struct Qhull_Hull {
     int exit_code = -1;
-    std::vector<size_t> vertices; // point indices, ascending
-    double volume = 0;
+    std::vector<size_t> vertices; // point indices, ascending (with details)
+    double volume = 0;            // with details
     size_t facets = 0;
 };
 
-// Runs qhull with the given options on n packed points. The points are
-// copied: qhull takes a writable array.
+// Runs qhull with the given options on packed points, copied since qhull
+// takes a writable array.
 inline Qhull_Hull qhull_hull(const std::vector<double>& points, const char* options, bool details)
 {
     Qhull_Hull out;
     std::vector<coordT> copy(points.begin(), points.end());
-    qhT state;
-    qhT* qh = &state;
+    qhT state, *qh = &state;
     qh_zero(qh, stderr);
-    out.exit_code = qh_new_qhull(qh, 3, static_cast<int>(points.size() / 3), copy.data(), False,
-                                 const_cast<char*>(options), nullptr, stderr);
+    out.exit_code = qh_new_qhull(qh, 3, int(points.size() / 3), copy.data(), False, const_cast<char*>(options), nullptr, stderr);
     if (out.exit_code == 0) {
-        out.facets = static_cast<size_t>(qh->num_facets);
-        if (details) {
-            vertexT* vertex;
-            FORALLvertices out.vertices.push_back(static_cast<size_t>(qh_pointid(qh, vertex->point)));
-            std::sort(out.vertices.begin(), out.vertices.end());
-            qh_getarea(qh, qh->facet_list);
-            out.volume = qh->totvol;
-        }
+        out.facets = size_t(qh->num_facets);
+        vertexT* vertex;
+        if (details) FORALLvertices out.vertices.push_back(size_t(qh_pointid(qh, vertex->point)));
+        std::sort(out.vertices.begin(), out.vertices.end());
+        if (details) qh_getarea(qh, qh->facet_list);
+        out.volume = qh->totvol;
     }
     qh_freeqhull(qh, !qh_ALL);
     int curlong = 0, totlong = 0;

@@ -1,98 +1,34 @@
-// The hull engine on the small and degenerate clouds whose results are
-// fixed exactly: empty, one to four points, equal points, a line, a plane,
-// a cube with inner points, points within tolerance, abandoned apexes.
+// The hull engine on the small and degenerate clouds whose results are fixed
+// exactly, its mesh's tetrahedron table, free stacks and list pool, exhausted
+// memory and abandoned apexes.
 #include "hull/quickhull.h"
 
-#include <array>
-#include <cmath>
 #include <limits>
 #include <set>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "hull/clouds.h"
 #include "support/capture.h"
 
 namespace {
 
-using pfx::Hull_Result;
-using pfx::QuickHull;
+using pfx::kNone;
 
 template <class T>
-using Cloud = std::vector<std::array<T, 3>>;
-
-template <class T>
-std::vector<T> flat(const Cloud<T>& cloud)
+std::vector<size_t> indices(const pfx::Hull_Result<T>& r)
 {
-    std::vector<T> out;
-    for (const auto& p : cloud) out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
-
-template <class T>
-std::vector<size_t> indices(const Hull_Result<T>& r)
-{
-    return std::vector<size_t>(r.Indices.begin(), r.Indices.end());
+    return {r.Indices.begin(), r.Indices.end()};
 }
 
 // A fresh tetrahedron (a, b, c, d) comes out face by face in table order.
-std::vector<size_t> tetrahedron(size_t a, size_t b, size_t c, size_t d)
-{
-    return {b, c, a, c, d, a, a, d, b, b, d, c};
-}
-
-// Each directed edge once and its twin once: the triangles close.
-bool closed(const std::vector<size_t>& idx)
-{
-    std::multiset<std::pair<size_t, size_t>> edges;
-    for (size_t i = 0; i < idx.size(); i += 3)
-        for (int k = 0; k < 3; ++k) edges.insert({idx[i + k], idx[i + (k + 1) % 3]});
-    for (const auto& e : edges)
-        if (edges.count(e) != 1 || edges.count({e.second, e.first}) != 1) return false;
-    return true;
-}
+std::vector<size_t> tetrahedron(size_t a, size_t b, size_t c, size_t d) { return {b, c, a, c, d, a, a, d, b, b, d, c}; }
 
 template <class T>
-std::array<double, 3> corner(const Hull_Result<T>& r, size_t i)
+std::vector<T> cube_corners()
 {
-    const T* p = r.Vertices.Data + 3 * r.Indices[i];
-    return {double(p[0]), double(p[1]), double(p[2])};
-}
-
-// Right-hand normal of triangle t, in double.
-template <class T>
-std::array<double, 3> normal(const Hull_Result<T>& r, size_t t)
-{
-    auto a = corner(r, 3 * t), b = corner(r, 3 * t + 1), c = corner(r, 3 * t + 2);
-    double u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]};
-    double v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
-    return {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
-}
-
-// Every triangle's normal points away from the centre of the hull.
-template <class T>
-bool outward(const Hull_Result<T>& r, const std::array<double, 3>& centre)
-{
-    for (size_t t = 0; t < r.Indices.size() / 3; ++t) {
-        auto n = normal(r, t);
-        auto a = corner(r, 3 * t);
-        double s = n[0] * (a[0] - centre[0]) + n[1] * (a[1] - centre[1]) + n[2] * (a[2] - centre[2]);
-        if (!(s > 0)) return false;
-    }
-    return true;
-}
-
-template <class T>
-std::set<size_t> used(const Hull_Result<T>& r)
-{
-    return std::set<size_t>(r.Indices.begin(), r.Indices.end());
-}
-
-template <class T>
-Cloud<T> cube_corners()
-{
-    return {{-1, -1, -1}, {1, -1, -1}, {1, 1, -1}, {-1, 1, -1},
-            {-1, -1, 1},  {1, -1, 1},  {1, 1, 1},  {-1, 1, 1}};
+    return {-1, -1, -1, 1, -1, -1, 1, 1, -1, -1, 1, -1, -1, -1, 1, 1, -1, 1, 1, 1, 1, -1, 1, 1};
 }
 
 template <class T>
@@ -100,281 +36,237 @@ class QuickHullTest : public ::testing::Test {};
 using Scalars = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(QuickHullTest, Scalars);
 
-TYPED_TEST(QuickHullTest, NoPointsGiveAnEmptyResult)
+TYPED_TEST(QuickHullTest, SmallAndDegenerateCloudsGiveTheirFixedTetrahedron)
 {
-    QuickHull<TypeParam> qh;
-    auto r = qh.build_hull(static_cast<const TypeParam*>(nullptr), 0, false, false);
-    EXPECT_EQ(r.Vertices.Count, 0u);
-    EXPECT_TRUE(r.Indices.empty());
-    EXPECT_TRUE(r.Buffer.empty());
-    EXPECT_EQ(qh.failed_horizons(), 0u);
-    EXPECT_TRUE(qh.mesh().Faces.empty());
-}
-
-TYPED_TEST(QuickHullTest, OnePointGivesFourTrianglesOverIt)
-{
-    auto pts = flat<TypeParam>({{3, 4, 5}});
-    QuickHull<TypeParam> qh;
-    auto r = qh.build_hull(pts.data(), 1, false, false);
-    ASSERT_EQ(r.Vertices.Count, 1u);
-    EXPECT_EQ(r.Vertices[0].x, 3);
-    EXPECT_EQ(r.Vertices[0].z, 5);
-    EXPECT_EQ(indices(r), std::vector<size_t>(12, 0));
-}
-
-TYPED_TEST(QuickHullTest, TwoThreeAndFourPointsGiveTheirTetrahedron)
-{
-    QuickHull<TypeParam> qh;
-    auto two = flat<TypeParam>({{0, 0, 0}, {1, 2, 3}});
-    // N is zero, and a test value of 0 takes the swapping branch.
-    EXPECT_EQ(indices(qh.build_hull(two.data(), 2, false, true)), tetrahedron(1, 0, 1, 1));
-    auto r2 = qh.build_hull(two.data(), 2, false, false);
-    EXPECT_EQ(indices(r2), tetrahedron(1, 0, 1, 1));
-    ASSERT_EQ(r2.Vertices.Count, 2u);
-    EXPECT_EQ(r2.Vertices[1].y, 2);
-
-    auto three = flat<TypeParam>({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
-    EXPECT_EQ(indices(qh.build_hull(three.data(), 3, false, true)), tetrahedron(1, 0, 2, 2));
-
-    auto above = flat<TypeParam>({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
-    auto r4 = qh.build_hull(above.data(), 4, false, true);
-    EXPECT_EQ(indices(r4), tetrahedron(1, 0, 2, 3));
-    EXPECT_TRUE(outward(r4, {0.25, 0.25, 0.25}));
-
-    auto below = flat<TypeParam>({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, -1}});
-    auto r5 = qh.build_hull(below.data(), 4, false, true);
-    EXPECT_EQ(indices(r5), tetrahedron(0, 1, 2, 3));
-    EXPECT_TRUE(outward(r5, {0.25, 0.25, -0.25}));
-    EXPECT_EQ(qh.failed_horizons(), 0u);
-}
-
-TYPED_TEST(QuickHullTest, IdenticalPointsGiveFourEqualVertices)
-{
-    Cloud<TypeParam> cloud(7, {2, -1, 0.5});
-    auto pts = flat(cloud);
-    QuickHull<TypeParam> qh;
-    EXPECT_EQ(indices(qh.build_hull(pts.data(), 7, false, true)), tetrahedron(0, 1, 2, 3));
-    // The buffer maps point indices, not positions.
-    auto r = qh.build_hull(pts.data(), 7, false, false);
-    EXPECT_EQ(indices(r), (std::vector<size_t>{0, 1, 2, 1, 3, 2, 2, 3, 0, 0, 3, 1}));
-    ASSERT_EQ(r.Vertices.Count, 4u);
-    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(r.Vertices[i].y, -1);
-}
-
-TYPED_TEST(QuickHullTest, PointsOnALineGiveAFlatTetrahedron)
-{
-    // Extremes: largest x is point 2, smallest x point 1; point 0 is the
-    // first other point, point 3 the next.
-    auto pts = flat<TypeParam>({{2, 0, 0}, {0, 0, 0}, {5, 0, 0}, {1, 0, 0}, {3, 0, 0}, {4, 0, 0}});
-    QuickHull<TypeParam> qh;
-    auto r = qh.build_hull(pts.data(), 6, false, true);
-    EXPECT_EQ(indices(r), tetrahedron(2, 1, 0, 3));
-    for (size_t t = 0; t < 4; ++t) {
-        auto n = normal(r, t);
-        EXPECT_EQ(n[0] * n[0] + n[1] * n[1] + n[2] * n[2], 0.0) << "zero area";
+    const struct {
+        const char* what;
+        std::vector<TypeParam> pts;
+        std::vector<size_t> expected;
+        size_t vertices; // in the copied form
+        bool solid;      // no triangle without area, none faces a point
+    } rows[] = {
+        {"one point", {3, 4, 5}, std::vector<size_t>(12, 0), 1, false},
+        {"two points: N is zero, a test value of 0 swaps", {0, 0, 0, 1, 2, 3}, tetrahedron(1, 0, 1, 1), 2, false},
+        {"three points", {0, 0, 0, 1, 0, 0, 0, 1, 0}, tetrahedron(1, 0, 2, 2), 3, false},
+        {"four, the last above", {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}, tetrahedron(1, 0, 2, 3), 4, true},
+        {"four, the last below", {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, -1}, tetrahedron(0, 1, 2, 3), 4, true},
+        {"seven equal points: the buffer maps indices, not positions",
+         {2, -1, .5, 2, -1, .5, 2, -1, .5, 2, -1, .5, 2, -1, .5, 2, -1, .5, 2, -1, .5}, tetrahedron(0, 1, 2, 3), 4, false},
+        // Largest x is point 2, smallest point 1; then the first and next other points.
+        {"a line", {2, 0, 0, 0, 0, 0, 5, 0, 0, 1, 0, 0, 3, 0, 0, 4, 0, 0}, tetrahedron(2, 1, 0, 3), 4, false},
+        {"a line, repeats passed over", {5, 0, 0, 0, 0, 0, 5, 0, 0, 0, 0, 0, 2, 0, 0, 2, 0, 0, 3, 0, 0},
+         tetrahedron(0, 1, 4, 6), 4, false},
+        {"a line of its two ends: the first stands in", {5, 0, 0, 0, 0, 0, 5, 0, 0, 0, 0, 0, 0, 0, 0},
+         tetrahedron(0, 1, 0, 0), 2, false},
+        {"no points, after builds that left a mesh", {}, {}, 0, true},
+    };
+    pfx::QuickHull<TypeParam> qh;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const size_t n = row.pts.size() / 3;
+        auto r = qh.build_hull(row.pts.data(), n, false, true);
+        EXPECT_EQ(indices(r), row.expected);
+        EXPECT_EQ(pfx_test::outside_by(row.pts.data(), row.expected, row.pts.data(), n) <= 0, row.solid);
+        EXPECT_EQ(qh.build_hull(row.pts.data(), n, false, false).Vertices.Count, row.vertices);
+        EXPECT_EQ(qh.failed_horizons(), 0u);
     }
-    // Repeated points on the line are passed over for the first that differs.
-    auto dup = flat<TypeParam>({{5, 0, 0}, {0, 0, 0}, {5, 0, 0}, {0, 0, 0}, {2, 0, 0}, {2, 0, 0},
-                                {3, 0, 0}});
-    EXPECT_EQ(indices(qh.build_hull(dup.data(), 7, false, true)), tetrahedron(0, 1, 4, 6));
-    // Nothing but the two ends: the first end stands in for the others.
-    auto ends = flat<TypeParam>({{5, 0, 0}, {0, 0, 0}, {5, 0, 0}, {0, 0, 0}, {0, 0, 0}});
-    EXPECT_EQ(indices(qh.build_hull(ends.data(), 5, false, true)), tetrahedron(0, 1, 0, 0));
 }
 
 TYPED_TEST(QuickHullTest, PointsInAPlaneGiveAClosedFlatMeshThroughPointZero)
 {
     // Point 0 lies inside the square, yet the folded faces meet it.
-    auto pts = flat<TypeParam>({{1, 1, 2}, {0, 0, 2}, {4, 0, 2}, {4, 4, 2}, {0, 4, 2}, {2, 1, 2},
-                                {3, 3, 2}, {1, 3, 2}});
-    QuickHull<TypeParam> qh;
+    const std::vector<TypeParam> pts = {1, 1, 2, 0, 0, 2, 4, 0, 2, 4, 4, 2, 0, 4, 2, 2, 1, 2, 3, 3, 2, 1, 3, 2};
+    pfx::QuickHull<TypeParam> qh;
     auto r = qh.build_hull(pts.data(), 8, false, true);
     EXPECT_TRUE(qh.planar());
-    EXPECT_EQ(used(r), (std::set<size_t>{0, 1, 2, 3, 4}));
-    EXPECT_TRUE(closed(indices(r)));
-    EXPECT_EQ(r.Vertices.Data, pts.data());
+    EXPECT_EQ(std::set<size_t>(r.Indices.begin(), r.Indices.end()), (std::set<size_t>{0, 1, 2, 3, 4}));
+    EXPECT_TRUE(pfx_test::closed(indices(r), 8));
+    EXPECT_EQ(r.Vertices.Data, pts.data()) << "the caller's points, not the copy with the added point";
     EXPECT_EQ(r.Vertices.Count, 8u);
-    // Every triangle lies in the plane and the outline is covered from both
-    // sides: as much area faces up as down.
+    // The outline is covered from both sides: as much area faces up as down.
     double up = 0, down = 0;
-    for (size_t t = 0; t < r.Indices.size() / 3; ++t) {
-        auto n = normal(r, t);
-        EXPECT_EQ(n[0], 0.0);
-        EXPECT_EQ(n[1], 0.0);
-        (n[2] > 0 ? up : down) += std::abs(n[2]) / 2;
+    for (size_t t = 0; t < r.Indices.size(); t += 3) {
+        const TypeParam *a = &pts[3 * r.Indices[t]], *b = &pts[3 * r.Indices[t + 1]], *c = &pts[3 * r.Indices[t + 2]];
+        const double z = (double(b[0]) - a[0]) * (c[1] - a[1]) - (double(b[1]) - a[1]) * (c[0] - a[0]);
+        (z > 0 ? up : down) += std::abs(z) / 2;
     }
     EXPECT_EQ(up, 16.0);
     EXPECT_EQ(down, 16.0);
-
-    auto copy = qh.build_hull(pts.data(), 8, false, false);
-    EXPECT_EQ(copy.Vertices.Count, 5u);
-    EXPECT_TRUE(qh.planar());
-    auto cube = flat(cube_corners<TypeParam>());
+    EXPECT_EQ(qh.build_hull(pts.data(), 8, false, false).Vertices.Count, 5u);
+    const auto cube = cube_corners<TypeParam>();
     qh.build_hull(cube.data(), 8, false, false);
     EXPECT_FALSE(qh.planar()) << "the flag belongs to the last build";
 }
 
-TYPED_TEST(QuickHullTest, CubeCornersPlusInnerPointsGiveTwelveOutwardTriangles)
+TYPED_TEST(QuickHullTest, CubeCornersGiveTwelveOutwardTrianglesAndPointsWithinToleranceAreDropped)
 {
-    Cloud<TypeParam> cloud = {{0.5, 0.25, -0.5}, {0, 0, 0}};
-    for (const auto& c : cube_corners<TypeParam>()) cloud.push_back(c);
-    for (int i = 0; i < 20; ++i)
-        cloud.push_back({TypeParam(0.09 * i - 0.9), TypeParam(0.9 - 0.05 * i), TypeParam(0.03 * i)});
-    auto pts = flat(cloud);
-    QuickHull<TypeParam> qh;
-    auto r = qh.build_hull(pts.data(), cloud.size(), false, true);
-    EXPECT_EQ(used(r), (std::set<size_t>{2, 3, 4, 5, 6, 7, 8, 9}));
+    std::vector<TypeParam> pts = {0.5, 0.25, -0.5, 0, 0, 0};
+    for (TypeParam c : cube_corners<TypeParam>()) pts.push_back(c);
+    for (int i = 0; i < 20; ++i) pts.insert(pts.end(), {TypeParam(0.09 * i - 0.9), TypeParam(0.9 - 0.05 * i), TypeParam(0.03 * i)});
+    pfx::QuickHull<TypeParam> qh;
+    auto r = qh.build_hull(pts.data(), pts.size() / 3, false, true);
+    EXPECT_EQ(std::set<size_t>(r.Indices.begin(), r.Indices.end()), (std::set<size_t>{2, 3, 4, 5, 6, 7, 8, 9}));
     EXPECT_EQ(r.Indices.size(), 36u);
-    EXPECT_TRUE(closed(indices(r)));
-    EXPECT_TRUE(outward(r, {0, 0, 0}));
-
-    auto copied = qh.build_hull(pts.data(), cloud.size(), false, false);
-    EXPECT_EQ(copied.Vertices.Count, 8u);
-    EXPECT_TRUE(outward(copied, {0, 0, 0}));
-    std::set<std::array<TypeParam, 3>> corners;
-    for (size_t i = 0; i < 8; ++i) corners.insert({copied.Vertices[i].x, copied.Vertices[i].y, copied.Vertices[i].z});
-    auto expected = cube_corners<TypeParam>();
-    const std::set<std::array<TypeParam, 3>> expected_set(expected.begin(), expected.end());
-    EXPECT_EQ(corners, expected_set);
-
+    EXPECT_TRUE(pfx_test::closed(indices(r), pts.size() / 3));
+    EXPECT_EQ(pfx_test::outside_by(pts.data(), indices(r), pts.data(), pts.size() / 3), 0.0);
     // ccw reverses every triangle, nothing else.
-    auto reversed = qh.build_hull(pts.data(), cloud.size(), true, true);
-    ASSERT_EQ(reversed.Indices.size(), 36u);
-    for (size_t i = 0; i < 36; i += 3) {
-        EXPECT_EQ(reversed.Indices[i], r.Indices[i]);
-        EXPECT_EQ(reversed.Indices[i + 1], r.Indices[i + 2]);
-        EXPECT_EQ(reversed.Indices[i + 2], r.Indices[i + 1]);
-    }
-}
+    auto reversed = indices(qh.build_hull(pts.data(), pts.size() / 3, true, true));
+    for (size_t i = 0; i < 36; i += 3) std::swap(reversed[i + 1], reversed[i + 2]);
+    EXPECT_EQ(reversed, indices(r));
 
-TYPED_TEST(QuickHullTest, PointsWithinToleranceOfAFaceAreNeverOutside)
-{
     const double eps = pfx::kDefaultHullTolerance<TypeParam>;
     for (double bulge : {0.5 * eps, 2 * eps}) {
-        auto cloud = cube_corners<TypeParam>();
-        cloud.push_back({0, 0, TypeParam(1 + bulge)});
-        auto pts = flat(cloud);
-        QuickHull<TypeParam> qh;
-        auto r = qh.build_hull(pts.data(), 9, false, true);
-        EXPECT_EQ(used(r).count(8), bulge > eps ? 1u : 0u) << bulge;
-        EXPECT_TRUE(closed(indices(r)));
+        auto bulging = cube_corners<TypeParam>();
+        bulging.insert(bulging.end(), {0, 0, TypeParam(1 + bulge)});
+        auto b = qh.build_hull(bulging.data(), 9, false, true);
+        EXPECT_EQ(std::count(b.Indices.begin(), b.Indices.end(), 8u) > 0, bulge > eps) << bulge;
+        EXPECT_TRUE(pfx_test::closed(indices(b), 9));
     }
-}
-
-TYPED_TEST(QuickHullTest, VectorFormAndReuseGiveTheSameHull)
-{
-    Cloud<TypeParam> cloud;
-    for (int i = 0; i < 200; ++i)
-        cloud.push_back({TypeParam(std::sin(i * 1.7)), TypeParam(std::cos(i * 2.3)), TypeParam(std::sin(i * 0.31 + 1))});
-    auto pts = flat(cloud);
-    QuickHull<TypeParam> qh;
-    auto first = qh.build_hull(pts.data(), cloud.size(), false, false);
-    auto again = qh.build_hull(reinterpret_cast<const pfx::Vec3<TypeParam>*>(cloud.data()), cloud.size(),
-                               false, false);
-    QuickHull<TypeParam> other;
-    auto fresh = other.build_hull(pts.data(), cloud.size(), false, false);
-    EXPECT_EQ(indices(first), indices(again));
-    EXPECT_EQ(indices(first), indices(fresh));
-    EXPECT_EQ(std::vector<TypeParam>(first.Buffer.begin(), first.Buffer.end()),
-              std::vector<TypeParam>(fresh.Buffer.begin(), fresh.Buffer.end()));
-    EXPECT_TRUE(closed(indices(first)));
-    EXPECT_GT(first.Vertices.Count, 20u);
-    // The result owns its buffer: moving it keeps the view valid.
-    const TypeParam* data = first.Vertices.Data;
-    Hull_Result<TypeParam> moved = std::move(first);
-    EXPECT_EQ(moved.Vertices.Data, data);
-    EXPECT_EQ(moved.Buffer.data(), data);
 }
 
 TYPED_TEST(QuickHullTest, NotANumberAndInfinityDoNotBreakTheMesh)
 {
-    const TypeParam nan = std::numeric_limits<TypeParam>::quiet_NaN();
-    const TypeParam inf = std::numeric_limits<TypeParam>::infinity();
-    std::vector<Cloud<TypeParam>> clouds = {
-        {{nan, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}, {2, 2, 2}},
-        {{0, 0, 0}, {1, 0, 0}, {nan, nan, nan}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}, {-1, 2, 0.5}},
-        {{0, 0, 0}, {inf, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}, {0, -inf, 3}},
+    const TypeParam nan = std::numeric_limits<TypeParam>::quiet_NaN(), inf = std::numeric_limits<TypeParam>::infinity();
+    const std::vector<TypeParam> clouds[] = {
+        {nan, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2},
+        {0, 0, 0, 1, 0, 0, nan, nan, nan, 0, 1, 0, 0, 0, 1, 1, 1, 1, -1, 2, 0.5},
+        {0, 0, 0, inf, 0, 0, 0, 1, 0, 0, 0, 1, 1, 1, 1, 0, -inf, 3},
     };
-    for (const auto& cloud : clouds) {
-        auto pts = flat(cloud);
-        QuickHull<TypeParam> qh;
-        auto r = qh.build_hull(pts.data(), cloud.size(), false, true);
-        ASSERT_GE(r.Indices.size(), 12u);
-        EXPECT_EQ(r.Indices.size() % 3, 0u);
-        for (size_t i : r.Indices) EXPECT_LT(i, cloud.size());
-        EXPECT_TRUE(closed(indices(r)));
+    for (const auto& pts : clouds) {
+        pfx::QuickHull<TypeParam> qh;
+        auto r = qh.build_hull(pts.data(), pts.size() / 3, false, true);
+        EXPECT_GE(r.Indices.size(), 12u);
+        EXPECT_TRUE(pfx_test::closed(indices(r), pts.size() / 3));
     }
 }
 
-TYPED_TEST(QuickHullTest, ExhaustedMemoryThrowsAndLeaksNothing)
+TYPED_TEST(QuickHullTest, ExhaustedMemoryThrowsLeaksNothingAndTheEngineBuildsAfresh)
 {
-    Cloud<TypeParam> cloud;
-    for (int i = 0; i < 60; ++i)
-        cloud.push_back({TypeParam(std::sin(i * 1.3)), TypeParam(std::cos(i * 0.7)), TypeParam(std::sin(i * 2.9))});
-    auto pts = flat(cloud);
-    QuickHull<TypeParam> reference;
-    auto expected = indices(reference.build_hull(pts.data(), cloud.size(), false, false));
+    const auto pts = pfx_test::converted<TypeParam>(pfx_test::make_cloud(pfx_test::Shape::Gaussian, 60, 5));
+    auto expected = indices(pfx::QuickHull<TypeParam>().build_hull(pts.data(), 60, false, false));
     int thrown = 0;
     int failing = pfx_test::for_each_alloc_failure([&](long) {
-        QuickHull<TypeParam> qh;
         try {
-            qh.build_hull(pts.data(), cloud.size(), false, false);
+            pfx::QuickHull<TypeParam>().build_hull(pts.data(), 60, false, false);
         } catch (const std::bad_alloc&) {
             ++thrown;
         }
     });
     EXPECT_GT(failing, 10);
     EXPECT_EQ(thrown, failing);
-
-    // An engine left by an exception builds afresh next time.
     for (long n : {1, 5, 20}) {
-        QuickHull<TypeParam> qh;
+        pfx::QuickHull<TypeParam> qh;
         pfx::alloc_fail_at(n);
-        EXPECT_THROW(qh.build_hull(pts.data(), cloud.size(), false, false), std::bad_alloc);
+        EXPECT_THROW(qh.build_hull(pts.data(), 60, false, false), std::bad_alloc);
         pfx::alloc_fail_at(0);
-        EXPECT_EQ(indices(qh.build_hull(pts.data(), cloud.size(), false, false)), expected);
+        EXPECT_EQ(indices(qh.build_hull(pts.data(), 60, false, false)), expected) << "after a failure at " << n;
     }
 }
 
 // Six nearly collinear points whose cone can't be closed in single precision
 // with a tolerance this small.
-const float kUnclosable[6][3] = {
-    {0x1.cb7f4cp-1f, 0x1.cb7f32p-2f, 0x1.059c52p-21f},   {-0x1.b5b92ep-1f, -0x1.b5b968p-2f, -0x1.6d9602p-22f},
-    {-0x1.720768p-1f, -0x1.72078ap-2f, -0x1.c2efdcp-21f}, {-0x1.c23e5ap-1f, -0x1.c23e56p-2f, -0x1.486deap-21f},
-    {-0x1.f9249ep-1f, -0x1.f92466p-2f, -0x1.9ed85cp-21f}, {-0x1.23c6a8p-1f, -0x1.23c6c6p-2f, 0x1.ddcfc4p-21f},
+const float kUnclosable[18] = {
+    0x1.cb7f4cp-1f,  0x1.cb7f32p-2f,  0x1.059c52p-21f,  -0x1.b5b92ep-1f, -0x1.b5b968p-2f, -0x1.6d9602p-22f,
+    -0x1.720768p-1f, -0x1.72078ap-2f, -0x1.c2efdcp-21f, -0x1.c23e5ap-1f, -0x1.c23e56p-2f, -0x1.486deap-21f,
+    -0x1.f9249ep-1f, -0x1.f92466p-2f, -0x1.9ed85cp-21f, -0x1.23c6a8p-1f, -0x1.23c6c6p-2f, 0x1.ddcfc4p-21f,
 };
 
-TEST(QuickHull, AbandonedApexIsCountedAndReported)
+TEST(QuickHull, AbandonedApexIsCountedAndReportedAndTheMeshStillCloses)
 {
-    QuickHull<float> qh;
+    pfx::QuickHull<float> qh;
     ::testing::internal::CaptureStderr();
-    auto r = qh.build_hull(&kUnclosable[0][0], 6, false, true, 1e-9f);
-    std::string err = ::testing::internal::GetCapturedStderr();
+    auto r = qh.build_hull(kUnclosable, 6, false, true, 1e-9f);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Failed to solve horizon edge.\n");
     EXPECT_EQ(qh.failed_horizons(), 1u);
-    EXPECT_EQ(err, "Failed to solve horizon edge.\n");
     // The mesh built without that apex still closes: every live face's
     // half-edges have live twins that run back.
     const auto& mesh = qh.mesh();
     size_t live = 0;
     for (size_t f = 0; f < mesh.Faces.size(); ++f) {
-        if (mesh.Faces[f].Edge == pfx::kNone) continue;
+        if (mesh.Faces[f].Edge == kNone) continue;
         ++live;
         size_t e = mesh.Faces[f].Edge;
         for (int k = 0; k < 3; ++k, e = mesh.next(e)) {
             const auto& twin = mesh.Half_Edges[mesh.Half_Edges[e].Opposite];
-            EXPECT_EQ(twin.Opposite, e);
-            EXPECT_EQ(mesh.start_vertex(e), twin.End_Vertex);
-            EXPECT_NE(mesh.Faces[twin.Face].Edge, pfx::kNone);
+            EXPECT_TRUE(twin.Opposite == e && mesh.start_vertex(e) == twin.End_Vertex && mesh.Faces[twin.Face].Edge != kNone);
         }
         EXPECT_EQ(e, mesh.Faces[f].Edge);
     }
     EXPECT_EQ(r.Indices.size(), 3 * live);
-
-    auto cube = flat(cube_corners<float>());
+    const auto cube = cube_corners<float>();
     ::testing::internal::CaptureStderr();
     qh.build_hull(cube.data(), 8, false, false);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(qh.failed_horizons(), 0u) << "each build counts afresh";
+}
+
+TEST(HalfEdgeMesh, TetrahedronTableAndFreeSlotsReusedLastFirst)
+{
+    pfx::Hull_Mesh<float> mesh;
+    mesh.set_up_tetrahedron(0, 1, 2, 3);
+    auto& dirty = mesh.Faces[2];
+    dirty.Outside.assign({4, 5, 6}), dirty.Far_Dist = 1, dirty.Far_Point = 4, dirty.Checked_Iter = 5, dirty.Is_Visible = 1;
+    mesh.disable_half_edge(mesh.add_half_edge());
+    mesh.set_up_tetrahedron(10, 11, 12, 13); // afresh: no free slot, no outside list kept
+    const size_t table[12][4] = {{11, 6, 0, 1}, {12, 9, 0, 2},  {10, 3, 0, 0},  {12, 2, 1, 4},  {13, 11, 1, 5}, {10, 7, 1, 3},
+                                 {10, 0, 2, 7}, {13, 5, 2, 8},  {11, 10, 2, 6}, {11, 1, 3, 10}, {13, 8, 3, 11}, {12, 4, 3, 9}};
+    ASSERT_EQ(mesh.Half_Edges.size(), 12u);
+    for (size_t e = 0; e < 12; ++e) {
+        const auto& h = mesh.Half_Edges[e];
+        EXPECT_EQ((std::vector<size_t>{h.End_Vertex, h.Opposite, h.Face, h.Next}), std::vector<size_t>(table[e], table[e] + 4)) << e;
+    }
+    ASSERT_EQ(mesh.Faces.size(), 4u);
+    for (size_t i = 0; i < 4; ++i) {
+        const auto& f = mesh.Faces[i];
+        EXPECT_TRUE(f.Edge == 3 * i && f.Outside.empty() && f.Far_Dist == 0 && f.Far_Point == 0 && f.Checked_Iter == 0 &&
+                    !f.Is_Visible && !f.In_Queue && !f.Horizon_Mask) << i;
+    }
+    EXPECT_TRUE(mesh.Free_Faces.empty() && mesh.Free_Edges.empty());
+
+    auto& face = mesh.Faces[1];
+    face.Far_Dist = 5, face.Far_Point = 7, face.Checked_Iter = 9, face.Outside.assign({7, 8});
+    EXPECT_EQ(mesh.disable_face(1), (pfx::Index_List{7, 8}));
+    EXPECT_TRUE(face.Outside.empty() && face.Edge == kNone);
+    EXPECT_TRUE(mesh.disable_face(3).empty());
+    EXPECT_EQ(mesh.add_face(), 3u);
+    EXPECT_EQ(mesh.add_face(), 1u);
+    EXPECT_TRUE(face.Far_Dist == 0 && face.Far_Point == 7 && face.Checked_Iter == 9) << "only Far_Dist is reset";
+    EXPECT_EQ(mesh.add_face(), 4u);
+    EXPECT_TRUE(mesh.Faces[4].Edge == kNone && mesh.Faces[4].Checked_Iter == 0);
+    mesh.disable_half_edge(5);
+    mesh.disable_half_edge(2);
+    EXPECT_EQ(mesh.Half_Edges[5].End_Vertex, kNone);
+    EXPECT_EQ((std::vector<size_t>{mesh.add_half_edge(), mesh.add_half_edge(), mesh.add_half_edge()}), (std::vector<size_t>{2, 5, 12}));
+    const auto& h = mesh.Half_Edges[12];
+    EXPECT_EQ(h.End_Vertex + h.Opposite + h.Face + h.Next, 0u);
+}
+
+TEST(ListPool, KeepsListsWithinTheShrinkRuleAndHandsBackTheLastEmptied)
+{
+    pfx::List_Pool pool;
+    EXPECT_EQ(pool.take().capacity(), 0u) << "an empty pool makes a new list";
+    // Kept when (entries + 1) * 128 >= room.
+    for (auto [entries, room, kept] : {std::tuple{0, 128, true}, {0, 129, false}, {1, 256, true}, {1, 257, false}}) {
+        pfx::Index_List list(size_t(entries), 1);
+        list.reserve(size_t(room));
+        const size_t before = pool.size();
+        pool.give(std::move(list));
+        EXPECT_EQ(pool.size(), before + kept) << room;
+    }
+    pfx::Index_List a{1, 2, 3}, b{4, 5};
+    const size_t *a_data = a.data(), *b_data = b.data();
+    pool.give(std::move(a));
+    pool.give(std::move(b));
+    pfx::Index_List got = pool.take();
+    EXPECT_TRUE(got.empty() && got.data() == b_data);
+    EXPECT_EQ(pool.take().data(), a_data);
+    pool.clear();
+    EXPECT_EQ(pool.size(), 0u);
+
+    pfx::Index_List fresh;
+    pfx::alloc_fail_at(1);
+    EXPECT_THROW(fresh.push_back(1), std::bad_alloc) << "lists allocate through the hooked allocator";
+    pfx::alloc_fail_at(0);
 }
 
 } // namespace
