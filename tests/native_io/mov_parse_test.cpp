@@ -46,7 +46,8 @@ std::string split(const std::vector<int>& connect, int node_nb, long long cap, b
     std::vector<Movie_Poly> p(cap + 1);
     std::memset(p.data(), 0, sizeof(Movie_Poly) * p.size());
     p[cap].Mark = 0xDEADBEEF;
-    Movie_Poly guard = p[cap];
+    Movie_Poly guard;
+    std::memcpy(&guard, &p[cap], sizeof guard);
     SplitResult r = split_polygons(connect.data(), static_cast<long long>(connect.size()), node_nb, p.data(), cap, stop, 256);
     std::string out;
     for (long long i = 0; i < cap; ++i) {
@@ -63,14 +64,15 @@ std::string split(const std::vector<int>& connect, int node_nb, long long cap, b
 TEST(MovSplit, NegativeNumbersEndPolygonsAndOnlyStoredNumbersAreChecked)
 {
     const std::vector<int> big = {1, 2, 3, 4, 5, 6, -7, 1, -2, 3, -4};
-    // Not stopping, the big polygon keeps its count and the third is not
-    // stored; numbers that are never stored are never checked.
     EXPECT_EQ(split({1, 2, -3, 4, 5, 6, -7, -2}, 7, 3, true), "3:0,1,2, 4:3,4,5,6, 1:1, | None 3 0 0");
+    // Not stopping, the big polygon keeps its count and the third is counted
+    // but not stored.
     EXPECT_EQ(split(big, 7, 2, false), "7:0,1,2,3, 2:0,1, | None 3 0 0");
     EXPECT_EQ(split(big, 7, 2, true), "7:0,1,2,3, 0: | BigPolygon 1 1 7");
     EXPECT_EQ(split({1, 0, -2}, 5, 2, true), "0: 0: | BadNode 0 1 0");
     EXPECT_EQ(split({1, 2, -3, 4, -6}, 5, 2, true), "3:0,1,2, 0: | BadNode 1 2 6");
     EXPECT_EQ(split({1, -2147483647 - 1}, 5, 2, true), "0: 0: | BadNode 0 1 2147483648");
+    // Numbers that are never stored are never used, so they are not checked.
     EXPECT_EQ(split({1, 2, -3, 99, -98}, 5, 1, true), "3:0,1,2, | None 2 0 0");
 }
 
