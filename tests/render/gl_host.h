@@ -169,10 +169,8 @@ std::vector<FbPrim> feedback(Draw&& draw, size_t capacity = 1 << 16)
     for (GLint i = 0; i < n;) {
         FbPrim p{GLenum(buf[i++]), {}};
         if (p.token == GL_LINE_RESET_TOKEN) p.token = GL_LINE_TOKEN;
-        const int count = p.token == GL_POINT_TOKEN  ? 1
-                          : p.token == GL_LINE_TOKEN ? 2
-                          : p.token == GL_POLYGON_TOKEN ? int(buf[i++])
-                                                        : -1;
+        const int count = p.token == GL_POINT_TOKEN ? 1 : p.token == GL_LINE_TOKEN ? 2
+                        : p.token == GL_POLYGON_TOKEN ? int(buf[i++]) : -1;
         if (count < 0) {
             ADD_FAILURE() << "unexpected feedback token " << p.token;
             break;

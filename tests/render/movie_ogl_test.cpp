@@ -166,10 +166,9 @@ TEST_F(MovieOpenGLDraw, ObjectsThatCannotUseBuffersAreDrawnPolygonByPolygon)
 
 TEST_F(MovieOpenGLDraw, EachFailedScratchArrayIsReportedAndTheDrawFallsBack)
 {
-    auto memory_line = [](const char* var, int count) {
+    auto memory_line = [](const wchar_t* var_dim) {
         return std::vector<Line>{{MSG_MEMORY, L"line # of movie_OGL \nmemory error in malloc (var=" +
-                                                  pfx_test::wide(var) + L", dim=" +
-                                                  std::to_wstring(count) + L"x4)"}};
+                                                  std::wstring(var_dim) + L"x4)"}};
     };
     for (short mode : {1, 2}) {
         SCOPED_TRACE(mode);
@@ -184,7 +183,8 @@ TEST_F(MovieOpenGLDraw, EachFailedScratchArrayIsReportedAndTheDrawFallsBack)
             EXPECT_EQ(prims.size(), 3u) << "everything is drawn, polygon by polygon if need be";
             std::vector<Line> lines = sink.lines();
             for (Line& l : lines) // without the source line number
-                if (const size_t of = l.text.find(L" of "); of != std::wstring::npos) l.text = L"line #" + l.text.substr(of);
+                if (const size_t of = l.text.find(L" of "); of != std::wstring::npos)
+                    l.text = L"line #" + l.text.substr(of);
             transcripts.push_back(lines);
             const bool flat = mode == 2;
             std::string built;
@@ -196,9 +196,9 @@ TEST_F(MovieOpenGLDraw, EachFailedScratchArrayIsReportedAndTheDrawFallsBack)
             Movie_OpenGL_Draw(obj.get(), mode, 1, 0);
         });
         // Two polygons: room for 2 x 18 floats or 2 x 6 colours.
-        EXPECT_EQ(transcripts, (std::vector<std::vector<Line>>{memory_line("vertex_pt", 36),
-                                                               memory_line("normal_pt", 36),
-                                                               memory_line("color_pt", 12), {}}));
+        EXPECT_EQ(transcripts, (std::vector<std::vector<Line>>{memory_line(L"vertex_pt, dim=36"),
+                                                               memory_line(L"normal_pt, dim=36"),
+                                                               memory_line(L"color_pt, dim=12"), {}}));
         EXPECT_EQ(built_buffers, (std::vector<std::string>{"000 NO_VBO", "100 NO_VBO", "110 NO_VBO", "111"}));
     }
 }
