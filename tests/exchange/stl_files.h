@@ -28,7 +28,9 @@ inline std::vector<Line> user(std::initializer_list<std::wstring> texts)
 // The binary header shown as two right-aligned lines of 40 characters.
 inline std::vector<Line> header(const std::string& first, const std::string& second = "")
 {
-    auto line = [](const std::string& t) { return Line{MSG_PROGRESS, L"\x01" + std::wstring(40 - t.size(), L' ') + wide(t)}; };
+    auto line = [](const std::string& t) {
+        return Line{MSG_PROGRESS, L"\x01" + std::wstring(40 - t.size(), L' ') + wide(t)};
+    };
     return {line(first), line(second)};
 }
 
@@ -48,16 +50,21 @@ inline std::vector<Line> end_of_file(const std::wstring& file, int line)
 }
 inline std::vector<Line> short_read(const std::wstring& file, int got)
 {
-    return error(L"in STL file (" + std::to_wstring(got) + L")!", file, L"polygon:\x01" L"0", L"End Of File while reading");
+    return error(L"in STL file (" + std::to_wstring(got) + L")!", file, L"polygon:\x01" L"0",
+                 L"End Of File while reading");
 }
 
 // The count beyond the file: the warning, then the outcome of the byte swap.
 inline std::vector<Line> too_many(const std::wstring& file, long long count, const std::wstring& outcome)
 {
-    return user({L"\x05WARNING:\x02\t in STL file " + file, L"\t to many polygons (\x01" + std::to_wstring(count) + L"\x02)!",
+    const std::wstring n = std::to_wstring(count);
+    return user({L"\x05WARNING:\x02\t in STL file " + file, L"\t to many polygons (\x01" + n + L"\x02)!",
                  L"\t attempting to swap all bytes...", L"\t " + outcome});
 }
-inline std::wstring solved(long long now) { return L"...problem solved! (now \x01" + std::to_wstring(now) + L"\x02 polygons) "; }
+inline std::wstring solved(long long now)
+{
+    return L"...problem solved! (now \x01" + std::to_wstring(now) + L"\x02 polygons) ";
+}
 inline const std::wstring kNope = L"...nope, sorry.  Can't read this file.";
 
 // "x y z," per node, then "|" and "a b c (normal)," per polygon.

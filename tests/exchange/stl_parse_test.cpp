@@ -19,7 +19,10 @@ using pfx::StlFacets;
 using pfx::StlStatus;
 
 struct Exact {
-    explicit Exact(const std::string& s) : bytes(new char[s.size()]), size(s.size()) { std::memcpy(bytes.get(), s.data(), size); }
+    explicit Exact(const std::string& s) : bytes(new char[s.size()]), size(s.size())
+    {
+        std::memcpy(bytes.get(), s.data(), size);
+    }
     std::unique_ptr<char[]> bytes;
     size_t size;
 };
@@ -47,7 +50,8 @@ std::string describe(const StlFacets& f)
 
 std::string facet(const std::string& n, const std::string& a, const std::string& b, const std::string& c)
 {
-    return "facet normal " + n + "\nouter loop\nvertex " + a + "\nvertex " + b + "\nvertex " + c + "\nendloop\nendfacet\n";
+    return "facet normal " + n + "\nouter loop\nvertex " + a + "\nvertex " + b + "\nvertex " + c +
+           "\nendloop\nendfacet\n";
 }
 const std::string kFacet = facet("0 0 1", "0 0 0", "1 0 0", "0 1 0");
 
@@ -92,7 +96,8 @@ TEST_F(StlParseTest, TextGivesTheLoweredNameAndTheNumbersOrNamesTheFailingLine)
          "big|1 0 -0.25:10 0 0:0 1 0:0 0 1:"},
         // A number that does not convert stops the line's numbers; a zero byte ends the line.
         {"solid\n" + facet("1 x 3", "a 2 3", "4 5", "7 8 9 10") + "endsolid", "|1 0 0:0 0 0:4 5 0:7 8 9:"},
-        {"solid\n" + facet(std::string("1 2\0 3", 6), "1 1 1", "2 2 2", "3 3 3") + "endsolid", "|1 2 0:1 1 1:2 2 2:3 3 3:"},
+        {"solid\n" + facet(std::string("1 2\0 3", 6), "1 1 1", "2 2 2", "3 3 3") + "endsolid",
+         "|1 2 0:1 1 1:2 2 2:3 3 3:"},
         // Keywords match anywhere in the line; the numbers follow the first one.
         {"xsolidx\nmy facet normal 0 0 1 here\nouter loopy\nvertexvertex 1 2 3\navertex 1 2 3\nvertex 1 2 3\n"
          "endloop!\nendfacet?\nzzendsolidzz",

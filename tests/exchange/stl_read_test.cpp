@@ -90,8 +90,9 @@ TEST_F(StlReadTest, EveryCorpusFileGivesItsTranscriptAndObjectThroughBothEntryPo
         {"bad_text_two_blanks", false, syntax_error(L"bad_text_two_blanks", 2, L"facet normal"), "! pt", ""},
         {"bad_text_long_line", false, syntax_error(L"bad_text_long_line", 3, L"outer loop"), "! pt", ""},
         {"bad_text_missing_vertex", false, syntax_error(L"bad_text_missing_vertex", 6, L"vertex"), "! pt", ""},
-        {"bad_text_first_line", true, header_of("bad_text_first_line") + too_many(L"bad_text_first_line", 540024881, kNope),
-         "nb_poly > max_poly", ""}};
+        {"bad_text_first_line", true,
+         header_of("bad_text_first_line") + too_many(L"bad_text_first_line", 540024881, kNope), "nb_poly > max_poly",
+         ""}};
     std::set<std::string> on_disk, listed;
     DIR* d = opendir(test_path("data/stl").c_str());
     ASSERT_NE(d, nullptr);
@@ -144,7 +145,8 @@ TEST_F(StlReadTest, MissingFileSendsTheOpenBlockAndLeavesTheResultAlone)
     const std::vector<Line> block = user({L"\x04" L"ERROR:\x02\t Unable to open file!", L"\t dir:\x01" + kDir,
                                           L"\t file\x01no_such_file", L"\t No such file or directory"});
     EXPECT_EQ(STL_Read(kDir.c_str(), L"no_such_file"), nullptr);
-    EXPECT_EQ(sink.lines(), io({L">>> in  STL_Read(" + kDir + L",no_such_file)"}) + block + io({L"<<< out STL_Read(! f_in)"}));
+    EXPECT_EQ(sink.lines(),
+              io({L">>> in  STL_Read(" + kDir + L",no_such_file)"}) + block + io({L"<<< out STL_Read(! f_in)"}));
     EXPECT_EQ(std::wstring(Kren_Err_Str), L"No such file or directory");
     sink.clear();
     Movie_Objs** untouched = reinterpret_cast<Movie_Objs**>(&sink);

@@ -11,7 +11,8 @@ namespace {
 
 using namespace pfx_test;
 
-int write(bool text, Movie_Objs* obj, short num, const std::string& path, const wchar_t* name, Pfx_Progress progress = nullptr)
+int write(bool text, Movie_Objs* obj, short num, const std::string& path, const wchar_t* name,
+          Pfx_Progress progress = nullptr)
 {
     return (text ? STL_ASCII_Write : STL_BINARY_Write)(obj, num, wide(path).c_str(), name, progress);
 }
@@ -37,8 +38,9 @@ TEST_F(StlWriteTest, BothWritersMatchTheGoldenFiles)
             ASSERT_FALSE(want.empty());
             if (!text) {
                 // The binary header: the date, the object's own name (not the name argument), blanks.
-                auto header = [&](std::string date) { return (date + (obj->Name ? narrow(obj->Name) : "")).append(80, ' ').substr(0, 80); };
-                EXPECT_TRUE(got.substr(0, 80) == header(before) || got.substr(0, 80) == header(after)) << got.substr(0, 80);
+                const std::string name = obj->Name ? narrow(obj->Name) : "", head = got.substr(0, 80);
+                auto header = [&](const char* date) { return (date + name).append(80, ' ').substr(0, 80); };
+                EXPECT_TRUE(head == header(before) || head == header(after)) << head;
                 got.replace(0, 80, want.substr(0, 80));
             }
             EXPECT_EQ(got, want);
@@ -48,10 +50,14 @@ TEST_F(StlWriteTest, BothWritersMatchTheGoldenFiles)
 TEST_F(StlWriteTest, TranscriptsOfWritesAndRefusals)
 {
     const std::string dir = temp_dir();
+    const std::wstring kRefused = L"\xF1\x05WARNING:\x02 STL format only support polygons";
     std::vector<ObjectPtr> objs;
     objs.emplace_back(cube());
-    const std::vector<std::wstring> unwritable = {L"", L"------------- WARNING --------------", L"Unable to write the file",
-                                                  L"/no_such_dir/t.stl", L"No such file or directory",
+    const std::vector<std::wstring> unwritable = {L"",
+                                                  L"------------- WARNING --------------",
+                                                  L"Unable to write the file",
+                                                  L"/no_such_dir/t.stl",
+                                                  L"No such file or directory",
                                                   L"------------------------------------"};
     struct Case {
         Movie_Objs* obj;
@@ -64,7 +70,7 @@ TEST_F(StlWriteTest, TranscriptsOfWritesAndRefusals)
         {nullptr, dir + "null.stl", {}}};
     for (unsigned int flag : {GEOM_POINT, GEOM_LINE, GEOM_OTHER, GEOM_POLY | GEOM_LINE}) {
         objs.emplace_back(make_object({{0, 0, 0}, {1, 0, 0}}, {{0, 1}}, flag));
-        cases.push_back({objs.back().get(), dir + "refused.stl", {L"\xF1\x05WARNING:\x02 STL format only support polygons"}});
+        cases.push_back({objs.back().get(), dir + "refused.stl", {kRefused}});
     }
     for (const Case& c : cases)
         for (bool text : {true, false}) {
@@ -119,7 +125,8 @@ TEST_F(StlWriteTest, MissingOutputBufferIsOneMemoryLine)
             sink.clear();
             if (write(text, obj.get(), 0, path, L"m")) return;
             ASSERT_EQ(sink.texts(MSG_MEMORY).size(), 1u);
-            EXPECT_TRUE(narrow(sink.texts(MSG_MEMORY)[0]).ends_with(" of stl_read \nmemory error in malloc (var=buffer, dim=4194304x1)"));
+            EXPECT_TRUE(narrow(sink.texts(MSG_MEMORY)[0])
+                            .ends_with(" of stl_read \nmemory error in malloc (var=buffer, dim=4194304x1)"));
         });
         EXPECT_EQ(runs, 1);
     }
