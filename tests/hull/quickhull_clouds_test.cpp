@@ -2,6 +2,7 @@
 // closed hull holding every point, the copied form the same triangles; and,
 // with Movie_Convex_Hull, against qhull: the same vertices and volume.
 #include <array>
+#include <cstring>
 #include <set>
 #include <string>
 #include <tuple>
@@ -113,18 +114,15 @@ TEST(QuickHullAgainstQhull, BothPrecisionsAndMovieConvexHullGiveQhullsHull)
         const std::vector<double> exact = pfx_test::make_cloud(shape, n, seed);
         const auto values = pfx_test::converted<float>(exact);
         const std::vector<double> rounded(values.begin(), values.end());
-        pfx::QuickHull<double> qd;
-        auto rd = qd.build_hull(exact.data(), n, false, false);
+        auto rd = pfx::QuickHull<double>().build_hull(exact.data(), n, false, false);
         expect_qhulls_hull(exact, {rd.Buffer.begin(), rd.Buffer.end()}, {rd.Indices.begin(), rd.Indices.end()}, 0, 1e-12);
         pfx::QuickHull<float> qf;
         auto rf = qf.build_hull(values.data(), n, false, false);
-        expect_qhulls_hull(rounded, {rf.Buffer.begin(), rf.Buffer.end()}, {rf.Indices.begin(), rf.Indices.end()},
-                           qf.epsilon(), 1e-4);
+        expect_qhulls_hull(rounded, {rf.Buffer.begin(), rf.Buffer.end()}, {rf.Indices.begin(), rf.Indices.end()}, qf.epsilon(), 1e-4);
 
-        std::vector<pfx_test::P3> nodes;
-        for (size_t i = 0; i < n; ++i) nodes.push_back({values[3 * i], values[3 * i + 1], values[3 * i + 2]});
-        pfx_test::ObjectPtr src(pfx_test::make_object(nodes, {}));
-        pfx_test::ObjectPtr hull(Movie_Convex_Hull(src.get(), nullptr));
+        std::vector<pfx_test::P3> nodes(n);
+        std::memcpy(nodes.data(), values.data(), values.size() * sizeof(float));
+        pfx_test::ObjectPtr src(pfx_test::make_object(nodes, {})), hull(Movie_Convex_Hull(src.get(), nullptr));
         ASSERT_NE(hull, nullptr);
         std::vector<double> verts;
         std::vector<size_t> idx;
