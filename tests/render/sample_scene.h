@@ -35,18 +35,6 @@ struct Image {
 
 #if PFX_RENDER_HAVE_EGL
 
-// The display lives for the whole process (initialising it loads the
-// driver); each context and surface is fresh, so GL state never leaks from
-// one test into the next.
-inline EGLDisplay shared_display()
-{
-    static const EGLDisplay display = [] {
-        EGLDisplay d = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
-        return d != EGL_NO_DISPLAY && eglInitialize(d, nullptr, nullptr) ? d : EGL_NO_DISPLAY;
-    }();
-    return display;
-}
-
 class GlContext {
 public:
     ~GlContext() { close(); }
@@ -55,8 +43,14 @@ public:
     // Returns an empty text on success, else what failed.
     std::string open(int width, int height)
     {
-        display_ = shared_display();
-        if (display_ == EGL_NO_DISPLAY) return "no surfaceless EGL display";
+        // The display lives for the whole process (initialising it loads the
+        // driver); each context and surface is fresh, so GL state never leaks
+        // from one test into the next.
+        static const EGLDisplay display = [] {
+            EGLDisplay d = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+            return d != EGL_NO_DISPLAY && eglInitialize(d, nullptr, nullptr) ? d : EGL_NO_DISPLAY;
+        }();
+        if ((display_ = display) == EGL_NO_DISPLAY) return "no surfaceless EGL display";
         const EGLint config_attribs[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
                                          EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8,
                                          EGL_ALPHA_SIZE, 8, EGL_DEPTH_SIZE, 24, EGL_NONE};
@@ -124,6 +118,7 @@ public:
     std::string open(int, int) { return "built without EGL"; }
     void close() {}
 };
+inline std::string read_png(const std::string&, Image&) { return "built without libpng"; }
 
 #endif
 
