@@ -1,5 +1,5 @@
 // The hull engine on the small and degenerate clouds whose results are fixed
-// exactly, its list pool, exhausted memory and abandoned apexes.
+// exactly, the list pool's shrink rule, exhausted memory and abandoned apexes.
 #include "hull/quickhull.h"
 
 #include <limits>
@@ -168,7 +168,7 @@ TEST(QuickHull, AbandonedApexIsCountedAndReportedAndTheMeshStillCloses)
     EXPECT_EQ(qh.failed_horizons(), 0u) << "each build counts afresh";
 }
 
-TEST(ListPool, KeepsListsWithinTheShrinkRuleAndHandsBackTheLastEmptied)
+TEST(ListPool, KeepsListsWithinTheShrinkRule)
 {
     pfx::List_Pool pool;
     EXPECT_EQ(pool.take().capacity(), 0u) << "an empty pool makes a new list";
@@ -179,15 +179,7 @@ TEST(ListPool, KeepsListsWithinTheShrinkRuleAndHandsBackTheLastEmptied)
         pool.give(std::move(list));
         EXPECT_EQ(pool.size(), before + kept) << "kept when (entries + 1) * 128 >= room " << room;
     }
-    pfx::Index_List a{1, 2, 3}, b{4, 5};
-    const size_t *a_data = a.data(), *b_data = b.data();
-    pool.give(std::move(a));
-    pool.give(std::move(b));
-    pfx::Index_List got = pool.take();
-    EXPECT_TRUE(got.empty() && got.data() == b_data);
-    EXPECT_EQ(pool.take().data(), a_data);
-    pool.clear();
-    EXPECT_EQ(pool.size(), 0u);
+    EXPECT_TRUE(pool.take().empty()) << "a list taken back is emptied";
 }
 
 } // namespace
