@@ -100,9 +100,7 @@ TEST_F(VboBuild, AnyOtherCornerCountFailsEveryFillAndNoPolygonsFillNothing)
         EXPECT_EQ(fill_normal_smooth(*obj, f.data()), 0) << corners;
         EXPECT_EQ(fill_color_flat(*obj, c.data()), 0) << corners;
         EXPECT_EQ(fill_color_smooth(*obj, c.data()), 0) << corners;
-        if (corners < 0) {
-            EXPECT_EQ(f[0] + float(c[0]), 6) << "no polygons: nothing written";
-        }
+        EXPECT_TRUE(corners >= 0 || (f[0] == -1 && c[0] == 7)) << "no polygons: nothing written";
     }
     EXPECT_TRUE(sink.lines().empty());
 }
