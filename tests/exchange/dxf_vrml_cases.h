@@ -17,8 +17,9 @@ struct WriterCase {
     bool dxf = true;
     bool vrml = true;
     std::vector<ObjectPtr> objs;
-    std::vector<short> material; // empty: no material arrays
-    std::vector<int> color;
+    std::vector<short> material; // empty: no material array
+    std::vector<int> color;      // empty: no colour array
+    int vrml_skipped = 0;        // objects the VRML writer reports and skips
 
     // The null-ended list the writers take.
     std::vector<Movie_Objs*> list() const
@@ -49,7 +50,7 @@ inline WriterCase one(const char* name, ObjectPtr o, bool dxf = true, bool vrml 
     c.name = name;
     c.dxf = dxf;
     c.vrml = vrml;
-    c.objs.push_back(std::move(o));
+    if (o) c.objs.push_back(std::move(o));
     return c;
 }
 
@@ -116,23 +117,62 @@ inline std::vector<WriterCase> writer_cases()
         c.objs.push_back(boxed({{0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}}, {{0, 1, 2, 3}}, GEOM_POLY));
         c.material = {1, 2, 3};
         c.color = {kBrown, kWhite, kTeal};
+        c.vrml_skipped = 1;
         all.push_back(std::move(c));
     }
     all.push_back(one("no_polygons", boxed({{0, 0, 0}, {1, 2, 3}}, {}, GEOM_POLY)));
     all.push_back(one("no_nodes", boxed({}, {}, GEOM_POLY)));
-    {
-        WriterCase c;
-        c.name = "empty_list";
-        all.push_back(std::move(c));
-    }
+    all.push_back(one("empty_list", nullptr));
     // A point, a closing segment pair and a triangle in one object, as a
     // native file with mixed polygons gives: DXF writes each representation.
     all.push_back(one("mixed_kinds",
                       boxed({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}, {1, 0}, {2}},
                             GEOM_POINT | GEOM_LINE | GEOM_POLY),
                       true, false));
-    // GEOM_OTHER beside one kind: written as that kind.
+    // GEOM_OTHER beside one kind: written as that kind; alone, or no kind at
+    // all, nothing is written (VRML reports the object).
     all.push_back(one("geom_other", boxed({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}}, GEOM_POLY | GEOM_OTHER)));
+    all.push_back(one("other_alone", boxed({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}}, GEOM_OTHER)));
+    all.back().vrml_skipped = 1;
+    all.push_back(one("no_kind", boxed({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}}, 0)));
+    all.back().vrml_skipped = 1;
+    // Two closed runs; a run, then a segment that nothing closes.
+    all.push_back(one("two_runs", boxed(square(), {{0, 1}, {1, 0}, {2, 3}, {3, 2}}, GEOM_LINE)));
+    all.push_back(one("run_then_segment", boxed(square(), {{0, 1}, {1, 0}, {2, 3}}, GEOM_LINE)));
+    {
+        // Stored boxes are taken as they are, even when the nodes disagree.
+        WriterCase c;
+        c.name = "stored_boxes";
+        const Vector_4 boxes[3][2] = {{{1, 2, 3, 0}, {4, 5, 6, 0}}, {{-1, 7, 2, 0}, {3, 8, 9, 0}},
+                                      {{0.5f, 0.5f, -10, 0}, {10, 0.5f, 0.5f, 0}}};
+        for (const auto& b : boxes) {
+            c.objs.push_back(boxed({{0, 0, 0}}, {{0}}, GEOM_POINT));
+            c.objs.back()->Box_Min = b[0];
+            c.objs.back()->Box_Max = b[1];
+        }
+        all.push_back(std::move(c));
+    }
+    {
+        // With Pos_Done set, Pos is written as it stands.
+        WriterCase c = one("positions_done", boxed({{1, 1, 1}, {2, 2, 2}}, {{0}, {1}}, GEOM_POINT | DISPLACED));
+        Movie_Objs* o = c.objs[0].get();
+        o->Node_Pt[0].Pos = {7, 8, 9, 0};
+        o->Pos_Done = 1;
+        all.push_back(std::move(c));
+    }
+    // Only both arrays together give a material; single precision rounds
+    // 255 * 0.8 to 0.800 and 1 / 255 * 0.2 to 0.001.
+    const struct {
+        const char* name;
+        bool material, color;
+    } arrays[] = {{"material_without_color", true, false}, {"color_without_material", false, true},
+                  {"material_rounding", true, true}};
+    for (const auto& a : arrays) {
+        WriterCase c = one(a.name, boxed({{0, 0, 0}}, {{0}}, GEOM_POINT), false, true);
+        if (a.material) c.material = {-12};
+        if (a.color) c.color = {0x0001ff};
+        all.push_back(std::move(c));
+    }
     return all;
 }
 
