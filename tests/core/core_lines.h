@@ -4,10 +4,7 @@
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "support/capture.h"
 #include "support/objects.h"

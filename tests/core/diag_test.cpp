@@ -1,5 +1,3 @@
-#include <cerrno>
-
 #include "core/alloc.h"
 #include "core/core_lines.h"
 #include "core/diag.h"
@@ -51,21 +49,6 @@ TEST_F(Diag, EveryOperationRefusesInTheSameOrderAndSaysWhy)
     EXPECT_EQ(polys_of(*lines), (Polys{{0, 1}}));
 }
 
-TEST_F(Diag, TraceJoinsEntryArgumentsAndNotesInTheStylesFlag)
-{
-    {
-        pfx::Trace t(pfx::kTraceIo, "STL_Read", {L"/d/", L"Grüße"});
-        t.note("-> Reading %hs nodes", "1,000");
-        t.silent(0);
-    }
-    pfx::Trace(pfx::kTraceNative, "Movie_Read", {nullptr, L"x"}).out(0, "! fil_mov");
-    const Lines want = {{MSG_TRACE_IO, L">>> in  STL_Read(/d/,Grüße)"},
-                        {MSG_TRACE_IO, L"-> Reading 1,000 nodes"},
-                        {MSG_TRACE, L">>> in  Movie_Read((null),x)"},
-                        {MSG_TRACE, L"<<< out Movie_Read(! fil_mov)"}};
-    EXPECT_EQ(sink.lines(), want);
-}
-
 TEST_F(Diag, MemoryErrorLinesPadTheLineNumberAndKeepTheOldBlock)
 {
     pfx::report_memory_error(42, "movie_read", pfx::AllocKind::Calloc, "obj->Node_Pt", 7, 96);
@@ -98,23 +81,3 @@ TEST_F(Diag, MemoryErrorLinesPadTheLineNumberAndKeepTheOldBlock)
     EXPECT_FALSE(PFX_MALLOC(polys, -1, 120));
     EXPECT_FALSE(PFX_MALLOC(polys, (long long)1 << 62, 120));
 }
-
-TEST_F(Diag, OpenFailureBlocks)
-{
-    // Directory plus name of 30 characters fit one line; 31 are split.
-    pfx::report_write_open_failure(L"/nonexistent/abcdefghijklmnopq.mov", ENOENT);
-    pfx::report_write_open_failure(L"/nonexistent/abcdefghijklmnopqr.mov", ENOENT);
-    pfx::report_read_open_failure(pfx::kOpenFailureDefault, L"/d/", L"Grüße", ENOENT);
-    const std::wstring err = Error_Perror(ENOENT), head = L"------------- WARNING --------------";
-    const std::wstring rule = L"------------------------------------";
-    Lines want;
-    for (const wchar_t* t : {L"", head.c_str(), L"Unable to write the file", L"/nonexistent/abcdefghijklmnopq.mov",
-                             err.c_str(), rule.c_str(), L"", head.c_str(), L"Unable to write the file", L"/nonexistent/",
-                             L"abcdefghijklmnopqr.mov", err.c_str(), rule.c_str(), L"\xF1\x04" L"ERROR:\x02 Unable to open file!",
-                             L"\xF1\t dir:\x01/d/", L"\xF1\t file\x01Grüße"})
-        want.push_back({MSG_USER, t});
-    want.push_back({MSG_USER, L"\xF1\t " + err});
-    EXPECT_EQ(sink.lines(), want);
-    EXPECT_STREQ(Kren_Err_Str, err.c_str());
-}
-

@@ -28,7 +28,7 @@ TEST_F(InitNormTest, FaceDirectionPlaneAxisAndSize)
         {{{0, 0, 0}, {1, 0, 0}, {1, 2, 0}, {-3, 2, 0}}, {0, 1, 2, 3}, 0, 0, {0, 0, 1, 1}, 0, 2, 20},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(::testing::PrintToString(row.nodes.back().z) + ::testing::PrintToString(row.poly));
+        SCOPED_TRACE(&row - rows);
         ObjectPtr obj(make_object(row.nodes, {row.poly}, GEOM_POLY | (row.dz ? DISPLACED : 0)));
         obj->Node_Pt[0].Coord.w = row.w0;
         for (int i = 0; i < obj->Node_Nb; ++i) obj->Node_Pt[i].Displ = {0, 0, row.dz, 0};
@@ -76,7 +76,6 @@ TEST_F(InitNormTest, ReportsEachFailedLinkAndLeavesThatNodeAsItWas)
     const int failing = for_each_alloc_failure([&](long n) {
         ObjectPtr o(make_tetrahedron());
         sink.clear();
-        pfx::alloc_fail_at(n);
         const int r = Movie_Init_Norm(o.get());
         EXPECT_EQ(r, n > 12 ? 1 : 0);
         if (n > 12) return;

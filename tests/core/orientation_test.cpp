@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "core/core_lines.h"
 
 using namespace pfx_test;
@@ -17,9 +15,7 @@ TEST_F(OrientationTest, FlipReversesCornersWithTheirIndicesAndNothingElse)
 {
     ObjectPtr obj(make_object({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 1}, {2, 0, 0}}, {{0, 1, 2}, {0, 1, 2, 3}, {1, 2}, {3}},
                               GEOM_POLY | GEOM_LINE | GEOM_POINT));
-    const int t[4] = {1, 2, 3, 0}, nq[4] = {1, 2, 3, 4};
-    std::memcpy(obj->Poly_Pt[0].Text_Id, t, sizeof t);
-    std::memcpy(obj->Poly_Pt[1].Normal_Id, nq, sizeof nq);
+    for (int k = 0; k < 4; ++k) obj->Poly_Pt[0].Text_Id[k] = obj->Poly_Pt[1].Normal_Id[k] = k + 1;
     ASSERT_EQ(Movie_Init_Norm(obj.get()), 1);
     const Vector_4 node_dir = obj->Node_Pt[0].Normal, face_dir = obj->Poly_Pt[0].Normal;
     sink.clear();
