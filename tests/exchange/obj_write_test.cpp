@@ -119,42 +119,27 @@ TEST_F(ObjWrite, OpenFailureGivesTheWriteWarningBlock)
                                                {MSG_USER, L"------------------------------------"}}));
 }
 
-// Written and read back: names, positions to the written precision, corners
-// and texture and normal references survive; node normals come back as a
-// list referenced by node index, faces without texture numbers take the
-// file's last texture coordinate.
-TEST_F(ObjWrite, RoundTripKeepsObjects)
+// The golden files read back: names, positions, corners and texture and
+// normal references survive; node normals come back as a list referenced by
+// node index, and faces without texture numbers take the file's last
+// texture coordinate.
+TEST_F(ObjWrite, GoldenFilesReadBackToTheirObjects)
 {
-    Movie_Objs* a = make_object({{0.125f, -2.5f, 3}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0.5f, 0.5f, 1}},
-                                {{0, 1, 2, 3}, {0, 1, 4}, {1, 2, 4}});
-    set_name(a, L"quads and triangles");
-    set_node_normals(a, 0, 0, 1);
-    Movie_Objs* b = make_object({{10, 10, 10}, {11, 10, 10}, {10, 11, 10}}, {{0, 1, 2}, {2, 1, 0}});
-    set_name(b, L"with lists");
-    set_texts(b, {0.25f, 0.75f, 1, 0});
-    set_normals(b, {0, 1, 0, 1, 0, 0});
-    const int t[2][3] = {{1, 0, 1}, {0, 0, 1}}, n[2][3] = {{1, 1, 0}, {0, 1, 0}};
-    for (int p = 0; p < 2; ++p)
-        for (int i = 0; i < 3; ++i) b->Poly_Pt[p].Text_Id[i] = t[p][i], b->Poly_Pt[p].Normal_Id[i] = n[p][i];
-    Movie_Objs* c = make_object({{-1, -1, -1}, {-2, -2, -2}, {-3, -3, -3.0000004f}}, {{2, 1, 0}});
-    set_name(c, L"c");
-    set_node_normals(c, 1, 0, 0);
-    set_texts(c, {0.5f, 0.5f, 0.1f, 0.2f, 0.3f, 0.4f});
-    for (int i = 0; i < 3; ++i) c->Poly_Pt[0].Text_Id[i] = 2 - i;
-    Movie_Objs* list[4] = {a, b, c, nullptr};
-    write(list, "round.obj");
-    ASSERT_EQ(result, 3);
-    Movie_Objs** back = nullptr;
-    ASSERT_EQ(OBJ_Read_Merge(wide(dir).c_str(), L"round", &back), 3);
-    EXPECT_EQ(dump(back, dir),
-              "quads and triangles v 0.125 -2.5 3, 1 0 0, 1 1 0, 0 1 0, 0.5 0.5 1 t 0.3 0.4 n 0 0 1, 0 0 1, 0 0 1, "
-              "0 0 1, 0 0 1 f 0 1 2 3/0 0 0 0/0 1 2 3, 0 1 4/0 0 0/0 1 4, 1 2 4/0 0 0/1 2 4\n"
-              "with lists v 10 10 10, 11 10 10, 10 11 10 t 0.25 0.75, 1 0 n 0 1 0, 1 0 0 f 0 1 2/1 0 1/1 1 0, "
-              "2 1 0/0 0 1/0 1 0\n"
-              "c v -1 -1 -1, -2 -2 -2, -3 -3 -3 t 0.5 0.5, 0.1 0.2, 0.3 0.4 n 1 0 0, 1 0 0, 1 0 0 "
-              "f 2 1 0/2 1 0/2 1 0\n");
-    free_object_list(back, -1);
-    for (Movie_Objs* o : list) free_object(o);
+    const std::string golden = test_path("golden/obj/");
+    const std::pair<const char*, const char*> cases[] = {
+        {"two_objects", "first v 0 0 0, 1 0 0, 0 1 0 n 0 0 1, 0 0 1, 0 0 1 f 0 1 2/0 0 0/0 1 2\n"
+                        "second v 0 0 1, 1 0 1, 1 1 1, 0 1 1 n 0 0 -1, 0 0 -1, 0 0 -1, 0 0 -1 "
+                        "f 0 1 2 3/0 0 0 0/0 1 2 3, 3 2 1/0 0 0/3 2 1\n"},
+        {"textures_without_normals", "flat v 0 0 0, 2 0 0, 0 2 0 t 0 1 n 0 0 1 f 0 1 2/0 0 0/0 0 0\n"
+                                     "textured v -1.5 0.25 3, 2 0 0, 2 2 0, 0 2 0.125 t 0 0, 1 0, 1 1, 0 1 "
+                                     "n 0.6 0 0.8, 0.6 0 0.8, 0.6 0 0.8, 0.6 0 0.8 "
+                                     "f 0 1 2 3/0 1 2 3/0 1 2 3, 0 2 3/3 2 1/0 2 3\n"}};
+    for (const auto& [name, objects] : cases) {
+        Movie_Objs** back = nullptr;
+        ASSERT_EQ(OBJ_Read_Merge(wide(golden).c_str(), wide(name).c_str(), &back), 2);
+        EXPECT_EQ(dump(back, golden), objects);
+        free_object_list(back, -1);
+    }
 }
 
 // note: more than 1024 objects are written like any other list; the bases
