@@ -59,17 +59,14 @@ TEST_F(Bookkeeping, MergeAppendsNodesAndPolygonsAndMovesLinks)
     std::free(b);
 
     // Both without polygons: still no polygon array.
-    Movie_Objs* c = make_object({{0, 0, 0}}, {});
+    ObjectPtr c(make_object({{0, 0, 0}}, {}));
     Movie_Objs* d = make_object({{1, 0, 0}}, {});
-    ASSERT_EQ(Movie_Merge(c, d), c);
-    EXPECT_EQ(c->Node_Nb, 2);
-    EXPECT_EQ(c->Poly_Pt, nullptr);
-    free_object(c);
+    ASSERT_EQ(Movie_Merge(c.get(), d), c.get());
+    EXPECT_TRUE(c->Node_Nb == 2 && c->Poly_Pt == nullptr);
     std::free(d);
 
     // An empty or null side gives back the other, untouched.
-    ObjectPtr e(make_object({{0, 0, 0}}, {{0}}));
-    ObjectPtr empty(make_object({}, {}));
+    ObjectPtr e(make_object({{0, 0, 0}}, {{0}})), empty(make_object({}, {}));
     for (auto [x, y] : {std::pair{e.get(), (Movie_Objs*)nullptr}, {e.get(), empty.get()}, {empty.get(), e.get()},
                         {nullptr, e.get()}})
         EXPECT_EQ(Movie_Merge(x, y), e.get());
