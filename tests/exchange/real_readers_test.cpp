@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -69,18 +70,16 @@ std::string dxf_report(const std::string& file)
 // coordinate points and of coordIndex entries. Comments are skipped.
 std::string vrml_summary(const std::string& text)
 {
-    std::vector<std::string> t(1);
+    std::string spaced;
     for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (c == '#') i = std::min(text.find('\n', i), text.size());
-        if (c == '#' || c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == ',' || c == '[' || c == ']' ||
-            c == '{' || c == '}') {
-            if (!t.back().empty()) t.emplace_back();
-            if (c == '[' || c == ']') t.back() = c, t.emplace_back();
-        } else {
-            t.back() += c;
-        }
+        if (text[i] == '#') i = std::min(text.find('\n', i), text.size());
+        const char c = i < text.size() ? text[i] : ' ';
+        if (c == '[' || c == ']') spaced += ' ';
+        spaced += c == ',' || c == '{' || c == '}' ? ' ' : c;
+        if (c == '[' || c == ']') spaced += ' ';
     }
+    std::istringstream in(spaced);
+    const std::vector<std::string> t{std::istream_iterator<std::string>(in), {}};
     // A multiple-value field is bracketed or one bare value.
     auto values = [&](size_t i, size_t one) {
         size_t n = 0;
@@ -88,17 +87,16 @@ std::string vrml_summary(const std::string& text)
         while (++i < t.size() && t[i] != "]") ++n;
         return n;
     };
-    std::string s;
-    for (size_t i = 0; i < t.size(); ++i) {
-        if (t[i] != "PointSet" && t[i] != "IndexedLineSet" && t[i] != "IndexedFaceSet") continue;
-        size_t points = 0, indices = 0, end = i + 1;
-        while (end < t.size() && t[end] != "PointSet" && t[end] != "IndexedLineSet" && t[end] != "IndexedFaceSet")
-            ++end;
-        for (size_t j = i + 1; j < end; ++j) {
-            if (t[j] == "point") points = values(j + 1, 3) / 3;
-            if (t[j] == "coordIndex") indices = values(j + 1, 1);
-        }
-        s += t[i] + " points=" + std::to_string(points) + " indices=" + std::to_string(indices) + "\n";
+    std::string s, kind;
+    size_t points = 0, indices = 0;
+    for (size_t i = 0; i <= t.size(); ++i) {
+        const std::string& w = i < t.size() ? t[i] : kind;
+        const bool geometry = i < t.size() && (w == "PointSet" || w == "IndexedLineSet" || w == "IndexedFaceSet");
+        if ((geometry || i == t.size()) && !kind.empty())
+            s += kind + " points=" + std::to_string(points) + " indices=" + std::to_string(indices) + "\n";
+        if (geometry) kind = w, points = indices = 0;
+        if (w == "point") points = values(i + 1, 3) / 3;
+        if (w == "coordIndex") indices = values(i + 1, 1);
     }
     return s;
 }
