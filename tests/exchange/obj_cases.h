@@ -1,5 +1,6 @@
 // Object lists written by the OBJ golden tests and by the tool that
-// regenerates their golden files (tools/goldens_obj).
+// regenerates their golden files (tools/goldens_obj), and the one-line-per-
+// object dump the reader and round-trip tests compare.
 #pragma once
 
 #include <cstdio>
