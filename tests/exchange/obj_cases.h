@@ -81,7 +81,16 @@ inline std::vector<ObjCase> obj_golden_cases()
     Movie_Objs* odd = make_object({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}}, {{0, 1, 2, 3}, {0, 1, 2}});
     odd->Poly_Pt[0].Node_Id_Nb = 7;
     odd->Poly_Pt[1].Node_Id_Nb = -2;
+    // Positions are computed before writing (Coord + Displ), unless done:
+    // then Pos is written as it stands.
+    Movie_Objs* moved = tri();
+    moved->Flags |= DISPLACED;
+    for (int i = 0; i < 3; ++i) moved->Node_Pt[i].Displ = Vector_4{10, 20, 30, 0};
+    Movie_Objs* done = tri();
+    done->Node_Pt[0].Pos = Vector_4{-1, -2, -3, 0};
+    done->Pos_Done = 1;
     return {{"worked_example.obj", {tri(), nullptr}}, {"two_objects.obj", {a, b, nullptr}},
+            {"displaced.obj", {moved, nullptr}}, {"positions_done.obj", {done, nullptr}},
             {"textures_without_normals.obj", {flat, tex, nullptr}}, {"empty_list.obj", {nullptr}},
             {"unnamed.obj", {unnamed, nullptr}}, {"long_references.obj", {big, nullptr}},
             {"odd_corner_counts.obj", {odd, nullptr}}};

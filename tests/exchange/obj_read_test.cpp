@@ -163,30 +163,26 @@ TEST_F(ObjRead, CorpusReadsToTheExpectedObjectsAndTranscripts)
 TEST_F(ObjRead, ListsGrowPastTheLineCountAndTheirFirstBlock)
 {
     const std::string pad = "#" + std::string(118, '-');
-    for (const std::string group : {"", "g all\n"}) {
-        std::string text = group;
-        for (int i = 0; i < 2500; ++i) text += pad + "v " + std::to_string(i) + " 0 0\n";
-        for (int i = 1; i <= 2500; ++i) text += pad + "f " + std::to_string(i) + " 1 2\n";
+    std::string big;
+    for (int i = 0; i < 3000; ++i) big += "v " + std::to_string(i) + " 0 0\nvt 0 0\nvn 0 0 1\n";
+    big += "g big\n";
+    for (int i = 1; i + 2 <= 3000; ++i)
+        big += "f " + std::to_string(i) + " " + std::to_string(i + 1) + " " + std::to_string(i + 2) + "\n";
+    for (const std::string head : {"", "g all\n", "lists"}) {
+        const bool lists = head == "lists";
+        std::string text = lists ? big : head;
+        for (int i = 0; !lists && i < 2500; ++i) text += pad + "v " + std::to_string(i) + " 0 0\n";
+        for (int i = 1; !lists && i <= 2500; ++i) text += pad + "f " + std::to_string(i) + " 1 2\n";
         write_file(dir + "grow.obj", text);
         ASSERT_EQ(read(dir, "grow"), 1);
-        EXPECT_EQ(sink.lines()[2], counts(2500, 0, 0, 2500));
-        ASSERT_EQ(objs[0]->Poly_Nb, 2500);
-        EXPECT_EQ(objs[0]->Node_Pt[2499].Coord.x, 2499.0f);
-        EXPECT_EQ(objs[0]->Poly_Pt[2499].Node_Id[0], 2499);
+        const int n = lists ? 3000 : 2500, p = lists ? 2998 : 2500;
+        EXPECT_EQ(sink.lines()[2], counts(n, lists ? n : 0, lists ? n : 0, p));
+        ASSERT_TRUE(objs[0]->Node_Nb == n && objs[0]->Poly_Nb == p);
+        EXPECT_EQ(objs[0]->Node_Pt[n - 1].Coord.x, n - 1.0f);
+        EXPECT_EQ(objs[0]->Poly_Pt[p - 1].Node_Id[0], p - 1);
+        // Every corner names the last texture coordinate and normal read.
+        EXPECT_EQ(objs[0]->Text_Nb + objs[0]->Normal_Nb, lists ? 2 : 0);
     }
-    std::string text;
-    for (int i = 0; i < 3000; ++i) text += "v " + std::to_string(i) + " 0 0\nvt 0 0\nvn 0 0 1\n";
-    text += "g big\n";
-    for (int i = 1; i + 2 <= 3000; ++i)
-        text += "f " + std::to_string(i) + " " + std::to_string(i + 1) + " " + std::to_string(i + 2) + "\n";
-    write_file(dir + "big.obj", text);
-    ASSERT_EQ(read(dir, "big"), 1);
-    EXPECT_EQ(sink.lines()[2], counts(3000, 3000, 3000, 2998));
-    // Every corner names the last texture coordinate and normal read.
-    EXPECT_EQ(objs[0]->Text_Nb + objs[0]->Normal_Nb, 2);
-    ASSERT_EQ(objs[0]->Node_Nb, 3000);
-    EXPECT_EQ(objs[0]->Node_Pt[2999].Coord.x, 2999.0f);
-    EXPECT_EQ(objs[0]->Poly_Pt[2997].Node_Id[2], 2999);
 }
 
 // A directory opens but cannot be read; paths up to 770 characters are
