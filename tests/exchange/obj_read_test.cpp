@@ -1,7 +1,8 @@
-// OBJ_Read_Merge: the corpus under tests/data/obj read in one table, each
-// file also with CRLF line ends and without its final line end; then list
-// growth, open failures and memory errors.
+// OBJ_Read_Merge: the corpus under tests/data/obj against one expected text,
+// then list growth, open failures and memory errors.
+#include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <tuple>
@@ -14,45 +15,8 @@
 namespace pfx_test {
 namespace {
 
-Line io(const std::wstring& text) { return {MSG_TRACE_IO, L"-> Polyfex:OBJ_Read_Merge() " + text}; }
-Line user(const std::wstring& text) { return {MSG_USER, text}; }
-Line unknown(int line, const std::wstring& text)
-{
-    return io(L"line:" + std::to_wstring(line) + L" Unrecognized keyword: " + text);
-}
-const Line kEof = io(L"\x02\xF1------ ------ End of file ------ ------");
-Line counts(int v, int t, int n, int p)
-{
-    return io(L"read: " + std::to_wstring(v) + L" nodes, " + std::to_wstring(t) + L" textures, " +
-              std::to_wstring(n) + L" normals, " + std::to_wstring(p) + L" polygons");
-}
-// The user block of a dropped face (warning) or a rejected file (error).
-std::vector<Line> block(bool error, const std::wstring& file, int line)
-{
-    return {user(error ? L"\xF1\x04" L"ERROR:\x02 Bad reference in face!"
-                       : L"\xF1\x05WARNING:\x02 To many nodes for polygon!"),
-            user(L"\xF1\t File: \x01" + file), user(L"\xF1\t Line: \x01" + std::to_wstring(line))};
-}
-std::vector<Line> bad_ref(const wchar_t* file, int line) { return block(true, file, line); }
-std::vector<Line> concat(std::vector<Line> a, const std::vector<Line>& b)
-{
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-struct ReadCase {
-    const char* file; // tests/data/obj/<file>.obj
-    int result;
-    std::vector<Line> before; // between the entry line and the end-of-file line
-    int v, t, n, p;           // the counts line
-    std::vector<Line> after;  // between the counts line and the exit line
-    const wchar_t* exit;
-    std::string objects; // dump() of the list
-};
-
 class ObjRead : public PfxTest {
 protected:
-    void SetUp() override { dir = temp_dir(); }
     void TearDown() override
     {
         free_object_list(objs, -1);
@@ -70,90 +34,43 @@ protected:
         return {MSG_TRACE_IO, L">>> in  OBJ_Read_Merge(" + wide(in_dir) + L"," + wide(name) + L")"};
     }
     static Line out(const std::wstring& exit) { return {MSG_TRACE_IO, L"<<< out OBJ_Read_Merge(" + exit + L")"}; }
-    std::string dir;
+    std::string dir = temp_dir();
     Movie_Objs** objs = nullptr;
 };
 
-TEST_F(ObjRead, CorpusReadsToTheExpectedObjectsAndTranscripts)
+// Each corpus file is read as it stands and with CRLF line ends and no final
+// line end; both give the whole expected text: the result, the transcript
+// (the directory shown as $DIR/) and dump() of the list. Of note:
+// long_pieces has a 129-character comment whose last 10 characters arrive as
+// a line of their own, a vertex, and a 119-character line that fills one
+// read, so that its line end comes as an empty line.
+TEST_F(ObjRead, CorpusReadsToTheExpectedTranscriptsAndObjects)
 {
-    const std::vector<ReadCase> cases = {
-        {"cube", 1, {}, 8, 0, 0, 6, {}, L"! group_nb",
-         "cube@ v 0 0 0, 1 0 0, 1 1 0, 0 1 0, 0 0 1, 1 0 1, 1 1 1, "
-         "0 1 1 f 0 3 2 1/-1 -1 -1 -1/-1 -1 -1 -1, 4 5 6 7/-1 -1 -1 -1/-1 -1 -1 -1, "
-         "0 1 5 4/-1 -1 -1 -1/-1 -1 -1 -1, 1 2 6 5/-1 -1 -1 -1/-1 -1 -1 -1, "
-         "2 3 7 6/-1 -1 -1 -1/-1 -1 -1 -1, 3 0 4 7/-1 -1 -1 -1/-1 -1 -1 -1\n"},
-        {"groups", 2, {}, 8, 0, 0, 5, {}, L"done",
-         "top v 0 0 1, 1 0 1, 1 1 1, 0 1 1 f 0 1 2 3/0 0 0 0/0 0 0 0\n"
-         "sides v 0 0 0, 1 0 0, 1 1 0, 0 1 0, 0 0 1, 1 0 1, 1 1 1, "
-         "0 1 1 f 0 1 5 4/0 0 0 0/0 0 0 0, 1 2 6 5/0 0 0 0/0 0 0 0, 2 3 7 6/0 0 0 0/0 0 0 0, "
-         "3 0 4 7/0 0 0 0/0 0 0 0\n"},
-        {"group_lists", 2, {}, 4, 3, 3, 2, {}, L"done",
-         "a v 0 0 0, 1 0 0, 0 1 0 t 0.3 0.4, 0.5 0.6 n 0 1 0 f 0 1 2/1 0 1/0 0 0\n"
-         "b v 1 0 0, 0 1 0, 5 5 5 t 0.1 0.2, 0.3 0.4 n 1 0 0, 0 0 1 f 2 0 1/0 1 0/1 0 1\n"},
-        {"empty_group", 3, {}, 3, 0, 0, 2, {}, L"done",
-         "(null) v f\n"
-         "tri v 0 0 0, 1 0 0, 0 1 0 f 2 1 0/0 0 0/0 0 0\n"
-         "last v f\n"},
-        {"group_names", 3, {}, 0, 0, 0, 0, {}, L"done",
-         "caf\xC3\xA9 au lait v f\n"
-         "(null) v f\n"
-         "oup v f\n"},
-        {"last_entry", 1, {}, 6, 4, 6, 2, {}, L"! group_nb",
-         "last_entry@ v 0 0 0, 1 0 0, 0 1 0, 1 1 0, 2 2 0, 3 3 0 t 0 0, 1 0, 0 1, 1 1 n 0 0 1, "
-         "0 0 1, 0 0 1, 0 0 1, 0 0 1, 0 0 1 f 0 2 4/1 1 1/1 3 5, 0 1 2/0 3 1/5 5 0\n"},
-        {"relative", 1, {}, 5, 0, 0, 3, {}, L"! group_nb",
-         "relative@ v 0 0 0, 1 0 0, 0 1 0, 1 1 0, 9 9 9 f 3 2 1 0/-1 -1 -1 -1/-1 -1 -1 -1, "
-         "3 3 3/-1 -1 -1/-1 -1 -1, 4 0 1/-1 -1 -1/-1 -1 -1\n"},
-        {"five_corners", 1, block(false, L"five_corners", 9), 8, 0, 0, 2, {}, L"! group_nb",
-         "five_corners@ v 0 0 0, 1 0 0, 1 1 0, 0 1 0, 0 0 1, 1 0 1, 1 1 1, "
-         "0 1 1 f 0 1 2/-1 -1 -1/-1 -1 -1, 0 1 2 3/-1 -1 -1 -1/-1 -1 -1 -1\n"},
-        {"unlisted", 1,
-         {unknown(6, L"o name"), unknown(7, L"l 1 2"), unknown(8, L"v\t1 2 3"), unknown(9, L""), unknown(10, L""),
-          unknown(12, L"f"), unknown(13, L"f\t1 2 3")},
-         1, 1, 0, 0, {}, L"! group_nb", "unlisted@ v 1 2 3 t 0 0 f\n"},
-        {"numbers", 1, {unknown(3, L"v\u00A01 2 3")}, 3, 1, 1, 0, {}, L"! group_nb",
-         "numbers@ v 1 2 3, 1 0 0, -15 0.25 3 t 0.5 0 n 1 2 3 f\n"},
-        // A 129-character comment: its last 10 characters arrive as a line of
-        // their own, a vertex; a 119-character line fills one read and its
-        // line end comes as an empty line.
-        {"long_pieces", 1, {unknown(4, L""), unknown(6, L"bad")}, 2, 0, 0, 0, {}, L"! group_nb",
-         "long_pieces@ v 7 8 9, 1 2 3 f\n"},
-        {"long_at_end", 1, {unknown(3, L"")}, 1, 0, 0, 0, {}, L"! group_nb", "long_at_end@ v 1 2 3 f\n"},
-        {"long_line", 1, {}, 1, 0, 0, 1, {}, L"! group_nb", "long_line@ v 1 2 3 f 0 0 0/-1 -1 -1/-1 -1 -1\n"},
-        {"nul", 1, {unknown(5, L"v")}, 1, 0, 0, 2, {}, L"done", "a v 1 2 3 f 0 0/0 0/0 0, 0 0 0/0 0 0/0 0 0\n"},
-        {"groups_crlf", 2, concat(block(false, L"groups_crlf", 16), {unknown(17, L"o x"), unknown(18, L"l 1 2")}),
-         4, 2, 1, 2, {}, L"done",
-         "first v 0 0 0, 1 0 0, 0 1 0 t 0 0, 1 0 n 0 0 1 f 0 1 2/0 1 0/0 0 0\n"
-         "second v 1 0 0, 0 1 0, 1 1 0 t 0 0, 1 0 n 0 0 1 f 2 1 0 2/1 0 1 1/0 0 0 0\n"},
-        {"forward", 1, {}, 3, 0, 0, 1, {}, L"! group_nb", "forward@ v 0 0 0, 1 0 0, 0 1 0 f 0 1 2/6 7 8/-1 -1 -1\n"},
-        {"untextured_first", 1, {}, 3, 2, 1, 3, {}, L"done",
-         "a v 0 0 0, 1 0 0, 0 1 0 t 0.5 0.5, 1 1 n 0 0 1 f 2 1 0/0 0 0/0 0 0, 0 1 2/1 1 1/0 0 0\n"},
-        {"empty", 1, {}, 0, 0, 0, 0, {}, L"! group_nb", "empty@ v f\n"},
-        {"bad_past_end", 0, {}, 2, 0, 0, 2, bad_ref(L"bad_past_end", 3), L"bad reference", ""},
-        {"bad_before_start", 0, {}, 2, 0, 0, 2, bad_ref(L"bad_before_start", 3), L"bad reference", ""},
-        {"bad_texture", 0, {}, 1, 1, 0, 1, bad_ref(L"bad_texture", 3), L"bad reference", ""},
-        {"bad_relative_texture", 0, {}, 1, 1, 0, 1, bad_ref(L"bad_relative_texture", 3), L"bad reference", ""},
-        {"bad_huge", 0, {}, 1, 0, 0, 1, bad_ref(L"bad_huge", 3), L"bad reference", ""},
-        // A face before any vertex has nothing to refer to.
-        {"bad_no_vertex_yet", 0, {}, 1, 0, 0, 1, bad_ref(L"bad_no_vertex_yet", 3), L"bad reference", ""},
-    };
-    for (const ReadCase& c : cases) {
-        SCOPED_TRACE(c.file);
-        const std::string lf = read_file(test_path("data/obj/") + c.file + ".obj");
-        std::string crlf;
-        for (size_t i = 0; i < lf.size(); ++i)
-            crlf += lf[i] == '\n' && (i == 0 || lf[i - 1] != '\r') ? "\r\n" : lf.substr(i, 1);
-        if (crlf.size() >= 2 && crlf.compare(crlf.size() - 2, 2, "\r\n") == 0) crlf.resize(crlf.size() - 2);
-        for (const std::string& bytes : {lf, crlf}) {
-            write_file(dir + c.file + ".obj", bytes);
-            EXPECT_EQ(read(dir, c.file), c.result);
-            const std::vector<Line> tail = concat({kEof, counts(c.v, c.t, c.n, c.p)}, concat(c.after, {out(c.exit)}));
-            EXPECT_EQ(sink.lines(), concat(concat({in(dir, c.file)}, c.before), tail));
-            EXPECT_EQ(dump(objs, dir), c.objects);
-            if (c.result == 0) {
-                EXPECT_EQ(objs, nullptr);
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(test_path("data/obj")))
+        names.push_back(entry.path().stem().string());
+    std::sort(names.begin(), names.end());
+    for (bool crlf : {false, true}) {
+        SCOPED_TRACE(crlf ? "CRLF" : "LF");
+        std::string got;
+        for (const std::string& name : names) {
+            std::string bytes = read_file(test_path("data/obj/") + name + ".obj");
+            for (size_t at = 0; crlf && (at = bytes.find('\n', at)) != std::string::npos; ++at)
+                if (at == 0 || bytes[at - 1] != '\r') bytes.insert(at++, 1, '\r');
+            if (crlf && bytes.size() >= 2 && bytes.compare(bytes.size() - 2, 2, "\r\n") == 0)
+                bytes.resize(bytes.size() - 2);
+            write_file(dir + name + ".obj", bytes);
+            const int n = read(dir, name);
+            got += "== " + name + " " + std::to_string(n) + "\n";
+            for (const Line& line : sink.lines()) {
+                std::string text = ::testing::PrintToString(line);
+                if (size_t at = text.find(dir); at != std::string::npos) text.replace(at, dir.size(), "$DIR/");
+                got += text + "\n";
             }
+            got += dump(objs, dir);
+            EXPECT_TRUE(n != 0 || objs == nullptr) << name;
         }
+        EXPECT_EQ(got, read_file(test_path("golden/obj/read_corpus.txt")));
     }
 }
 
@@ -176,7 +93,9 @@ TEST_F(ObjRead, ListsGrowPastTheLineCountAndTheirFirstBlock)
         write_file(dir + "grow.obj", text);
         ASSERT_EQ(read(dir, "grow"), 1);
         const int n = lists ? 3000 : 2500, p = lists ? 2998 : 2500;
-        EXPECT_EQ(sink.lines()[2], counts(n, lists ? n : 0, lists ? n : 0, p));
+        EXPECT_EQ(sink.lines()[2].text, std::wstring(L"-> Polyfex:OBJ_Read_Merge() read: ") +
+                                            (lists ? L"3000 nodes, 3000 textures, 3000 normals, 2998 polygons"
+                                                   : L"2500 nodes, 0 textures, 0 normals, 2500 polygons"));
         ASSERT_TRUE(objs[0]->Node_Nb == n && objs[0]->Poly_Nb == p);
         EXPECT_EQ(objs[0]->Node_Pt[n - 1].Coord.x, n - 1.0f);
         EXPECT_EQ(objs[0]->Poly_Pt[p - 1].Node_Id[0], p - 1);
@@ -201,16 +120,17 @@ TEST_F(ObjRead, FilesThatDoNotOpenGiveTheOpenFailureBlock)
          {Case{dir, "absent", ENOENT}, Case{dir, "d", EIO}, Case{deep, name + "n", ENAMETOOLONG}}) {
         EXPECT_EQ(read(in_dir, file), 0);
         const std::wstring err = Error_Perror(code);
-        EXPECT_EQ(sink.lines(),
-                  (std::vector<Line>{in(in_dir, file), user(L"\xF1\x04" L"ERROR:\x02 Unable to open file!"),
-                                     user(L"\xF1\t dir: \x01" + wide(in_dir)), user(L"\xF1\t file \x01" + wide(file)),
-                                     user(L"\xF1\t\x02" + err), out(L"! f_in")}));
+        EXPECT_EQ(sink.lines(), Lines{in(in_dir, file)} +
+                                    lines_with_flag(MSG_USER, {L"\xF1\x04" L"ERROR:\x02 Unable to open file!",
+                                                               L"\xF1\t dir: \x01" + wide(in_dir),
+                                                               L"\xF1\t file \x01" + wide(file), L"\xF1\t\x02" + err}) +
+                                    Lines{out(L"! f_in")});
         EXPECT_EQ(std::wstring(Kren_Err_Str), err);
         EXPECT_EQ(objs, nullptr);
     }
     sink.clear();
     EXPECT_EQ(OBJ_Read_Merge(L"/", L"x", nullptr), 0);
-    EXPECT_EQ(sink.lines(), (std::vector<Line>{in("/", "x"), out(L"! out")}));
+    EXPECT_EQ(sink.lines(), (Lines{in("/", "x"), out(L"! out")}));
 }
 
 // Every allocation that fails sends one memory-error line, which ends the
