@@ -95,14 +95,11 @@ TEST_F(DxfVrmlWrite, OpenFailureGivesTheWriteWarningBlock)
     for (bool dxf : {true, false}) {
         dir = temp_dir() + "missing/";
         EXPECT_EQ(write(dxf, list), 0);
-        EXPECT_EQ(sink.lines(), (std::vector<Line>{{MSG_ENTRY, dxf ? L"in DXF_Write()" : L"in VRLM_Write()"},
-                                                   {MSG_USER, L""},
-                                                   {MSG_USER, L"------------- WARNING --------------"},
-                                                   {MSG_USER, L"Unable to write the file"},
-                                                   {MSG_USER, wide(dir)},
-                                                   {MSG_USER, dxf ? L"out.dxf" : L"out.wrl"},
-                                                   {MSG_USER, Error_Perror(ENOENT)},
-                                                   {MSG_USER, L"------------------------------------"}}));
+        EXPECT_EQ(sink.lines(), (Lines{{MSG_ENTRY, dxf ? L"in DXF_Write()" : L"in VRLM_Write()"}} +
+                                 lines_with_flag(MSG_USER, {L"", L"------------- WARNING --------------",
+                                                            L"Unable to write the file", wide(dir),
+                                                            dxf ? L"out.dxf" : L"out.wrl", Error_Perror(ENOENT),
+                                                            L"------------------------------------"})));
         EXPECT_EQ(o->Pos_Done, 0);
     }
 }
