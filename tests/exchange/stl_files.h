@@ -12,14 +12,14 @@ namespace pfx_test::stl {
 
 // One message a line: the flag word, then the text with control characters
 // escaped and dir shown as "<dir>/". Memory lines lose their source line.
-inline std::string transcript(const CaptureSink& sink, const std::wstring& dir)
+inline std::string transcript(const CaptureSink& sink, const std::wstring& dir = L"")
 {
     std::string s;
     char flag[16];
     for (const Line& l : sink.lines()) {
         std::wstring t = l.text;
         if (l.flag == MSG_MEMORY) t.erase(0, t.find(L" of ") + 4);
-        for (size_t at; (at = t.find(dir)) != t.npos;) t.replace(at, dir.size(), L"<dir>/");
+        for (size_t at; !dir.empty() && (at = t.find(dir)) != t.npos;) t.replace(at, dir.size(), L"<dir>/");
         std::snprintf(flag, sizeof flag, "%08X ", l.flag);
         s += flag + printable(t) + "\n";
     }

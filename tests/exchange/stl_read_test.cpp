@@ -70,24 +70,23 @@ TEST_F(StlReadTest, UnnamedTextSolidIsNamedAfterTheFileOnlyByStlRead)
     EXPECT_TRUE(read(false, wide(dir), L"anon").ends_with("-> 0x4041 <dir>/ anon" + triangle));
 }
 
+// Each distinct transcript of a read that met a memory error, in text order,
+// is in the expected file; every other read succeeds.
 TEST_F(StlReadTest, EveryMemoryErrorIsOneLineAndLeaksNothing)
 {
-    std::set<std::string> vars;
+    std::set<std::string> failures;
+    int done = 0;
     for (const wchar_t* file : {L"good_text", L"good_binary"})
         for (bool merge : {false, true})
             for_each_alloc_failure([&](long) {
                 const std::string got = read(merge, kDir, file);
-                const bool failed = got.ends_with(merge ? "-> 0 null none\n" : "-> none\n");
-                const auto memory = sink.texts(MSG_MEMORY);
-                ASSERT_EQ(memory.size(), failed ? 1u : 0u) << got;
-                if (!failed) return;
-                const std::string t = narrow(memory[0]);
-                const size_t v = t.find("(var=") + 5, dim = t.find(", dim=", v);
-                vars.insert(t.substr(v, (dim != std::string::npos ? dim : t.rfind(')')) - v));
+                if (got.ends_with(merge ? "-> 0 null none\n" : "-> none\n")) failures.insert(got);
+                else ++done;
             });
-    EXPECT_EQ(vars, (std::set<std::string>{"obj->Name", "obj->Path", "(*obj)", "(*obj)[0]->Path", "obj_name", "poly",
-                                           "bytes", "corner", "box_nb", "box_id", "box_id[box]", "obj", "obj->Node_Pt",
-                                           "obj->Poly_Pt", "node->Poly_Id"}));
+    EXPECT_EQ(done, 4); // the run without a failure in each sweep
+    std::string got;
+    for (const std::string& t : failures) got += t + "--\n";
+    EXPECT_EQ(got, read_file(test_path("golden/stl/read_memory_errors.txt")));
 }
 
 TEST_F(StlReadTest, WriterGoldensReadBackAlikeFromTextAndBinary)
