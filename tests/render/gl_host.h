@@ -1,10 +1,9 @@
-// A test host for the drawing operations: a fresh headless context per test
-// and the means to see what was drawn (buffer contents, a log of the buffer
-// calls, feedback mode).
+// A test host for the drawing operations: objects to draw, a fresh headless
+// context per test and the means to see what was drawn (buffer contents,
+// feedback mode).
 #pragma once
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -18,10 +17,9 @@ namespace pfx_render_test {
 
 using Floats = std::vector<float>;
 
-inline uint32_t rgba(uint8_t r, uint8_t g, uint8_t b, uint8_t a)
-{
-    return pfx::render::pack_color({r, g, b, a});
-}
+// A colour as the records hold it: the bytes r, g, b, a in memory order
+// (this is a little-endian machine).
+inline uint32_t rgba(uint32_t r, uint32_t g, uint32_t b, uint32_t a) { return r | g << 8 | b << 16 | a << 24; }
 
 // Capture sink, allocation injection off, and a current size x size context
 // where object x and y are window coordinates and z in [-10, 10] is depth.
@@ -30,7 +28,9 @@ protected:
     explicit GlTest(int size = 64) : size_(size) {}
     void SetUp() override
     {
-        if (!PFX_RENDER_HAVE_EGL) GTEST_SKIP() << "built without EGL";
+#if !PFX_RENDER_HAVE_EGL
+        GTEST_SKIP() << "built without EGL";
+#endif
         ASSERT_EQ(context_.open(size_, size_), "") << "no headless OpenGL context";
         glViewport(0, 0, size_, size_);
         glMatrixMode(GL_PROJECTION);
@@ -39,10 +39,9 @@ protected:
     }
     void TearDown() override
     {
-        if (PFX_RENDER_HAVE_EGL && glGetString(GL_VERSION)) {
+        if (glGetString(GL_VERSION)) {
             EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
         }
-        context_.close();
         pfx_test::PfxTest::TearDown();
     }
     int size_;
@@ -59,85 +58,46 @@ inline pfx_test::ObjectPtr tri_and_quad(unsigned flags)
         {{0, 1, 2}, {3, 4, 5, 6}}, flags));
     obj->Poly_Pt[0].Normal = Vector_4{0, 0, 1, 1};
     obj->Poly_Pt[1].Normal = Vector_4{0, 0.6f, 0.8f, 1};
-    for (int i = 0; i < 7; ++i) {
+    for (uint32_t i = 0; i < 7; ++i) {
         obj->Node_Pt[i].Normal = Vector_4{0.1f * i, 0, 1, 1};
-        obj->Node_Pt[i].Color = rgba(uint8_t(10 * i), uint8_t(100 + i), 7, uint8_t(200 + i));
+        obj->Node_Pt[i].Color = rgba(10 * i, 100 + i, 7, 200 + i);
     }
     return obj;
 }
 
-template <class T>
-std::vector<T> buffer_contents(GLuint name)
+// Nodes i at Coord (i, 10 i, 100 i) with Normal (i, 0, 1); Pos not computed.
+inline pfx_test::ObjectPtr numbered(int nodes, const std::vector<std::vector<int>>& polys)
 {
-    GLint size = 0;
-    glBindBuffer(GL_ARRAY_BUFFER, name);
-    glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_SIZE, &size);
-    std::vector<T> out(size_t(size) / sizeof(T));
-    if (size > 0) glGetBufferSubData(GL_ARRAY_BUFFER, 0, size, out.data());
-    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    std::vector<pfx_test::P3> pts;
+    for (int i = 0; i < nodes; ++i) pts.push_back({float(i), 10.0f * i, 100.0f * i});
+    pfx_test::ObjectPtr obj(pfx_test::make_object(pts, polys));
+    for (int i = 0; i < nodes; ++i) obj->Node_Pt[i].Normal = Vector_4{float(i), 0, 1, 1};
+    return obj;
+}
+
+// A fill into room for every polygon, cut to the count it reports.
+template <class T>
+std::vector<T> filled(const Movie_Objs& obj, long long (*fill)(const Movie_Objs&, T*))
+{
+    std::vector<T> out(size_t(obj.Poly_Nb) * 18, T(99));
+    out.resize(size_t(fill(obj, out.data())));
     return out;
 }
 
-// While a BufferSpy lives, GLEW's pointers to the five buffer functions the
-// library calls lead through wrappers that log each call ("bind 3; ") and
-// then call the driver, which still does the work.
-struct SpyState {
-    std::string log;
-    PFNGLGENBUFFERSPROC gen;
-    PFNGLBINDBUFFERPROC bind;
-    PFNGLBUFFERDATAPROC data;
-    PFNGLISBUFFERPROC is;
-    PFNGLDELETEBUFFERSPROC del;
-};
-inline SpyState& spy_state()
+// What a buffer holds; every buffer the library makes is static.
+template <class T>
+std::vector<T> buffer_contents(GLuint name)
 {
-    static SpyState state;
-    return state;
+    GLint size = 0, usage = 0;
+    glBindBuffer(GL_ARRAY_BUFFER, name);
+    glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_SIZE, &size);
+    glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_USAGE, &usage);
+    EXPECT_EQ(usage, GL_STATIC_DRAW);
+    std::vector<T> out(size_t(size) / sizeof(T));
+    glGetBufferSubData(GL_ARRAY_BUFFER, 0, size, out.data());
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    return out;
 }
-inline void spy_note(const char* call, GLenum target, long long n, const char* tail = "")
-{
-    spy_state().log.append(call).append(target == GL_ARRAY_BUFFER ? " " : " target? ");
-    spy_state().log.append(std::to_string(n)).append(tail).append("; ");
-}
-
-class BufferSpy {
-public:
-    BufferSpy()
-    {
-        SpyState& s = spy_state();
-        s = {{}, glGenBuffers, glBindBuffer, glBufferData, glIsBuffer, glDeleteBuffers};
-        // The library asks for and deletes one name at a time.
-        glGenBuffers = [](GLsizei n, GLuint* names) {
-            spy_state().gen(n, names);
-            spy_note("gen", GL_ARRAY_BUFFER, names[0], n == 1 ? "" : " and more");
-        };
-        glBindBuffer = [](GLenum target, GLuint name) {
-            spy_note("bind", target, name);
-            spy_state().bind(target, name);
-        };
-        glBufferData = [](GLenum target, GLsizeiptr size, const void* data, GLenum usage) {
-            spy_note("data", target, size, usage != GL_STATIC_DRAW ? " usage?" : data ? "" : " null");
-            spy_state().data(target, size, data, usage);
-        };
-        glIsBuffer = [](GLuint name) {
-            const GLboolean yes = spy_state().is(name);
-            spy_note("is", GL_ARRAY_BUFFER, name, yes ? " yes" : " no");
-            return yes;
-        };
-        glDeleteBuffers = [](GLsizei n, const GLuint* names) {
-            spy_note("delete", GL_ARRAY_BUFFER, names[0], n == 1 ? "" : " and more");
-            spy_state().del(n, names);
-        };
-    }
-    ~BufferSpy()
-    {
-        const SpyState& s = spy_state();
-        glGenBuffers = s.gen, glBindBuffer = s.bind, glBufferData = s.data;
-        glIsBuffer = s.is, glDeleteBuffers = s.del;
-    }
-    // The calls so far, and a fresh start.
-    std::string take() { return std::exchange(spy_state().log, {}); }
-};
 
 // What immediate-mode drawing sent, as the GL saw it after transformation.
 struct FbVertex {
@@ -146,14 +106,6 @@ struct FbVertex {
 struct FbPrim {
     GLenum token; // GL_POINT_TOKEN, GL_LINE_TOKEN or GL_POLYGON_TOKEN
     std::vector<FbVertex> v;
-    // Twice the signed window area: positive for counter-clockwise corners.
-    float area2() const
-    {
-        float a = 0;
-        for (size_t i = 0; i < v.size(); ++i)
-            a += v[i].x * v[(i + 1) % v.size()].y - v[(i + 1) % v.size()].x * v[i].y;
-        return a;
-    }
 };
 
 template <class Draw>
@@ -170,8 +122,8 @@ std::vector<FbPrim> feedback(Draw&& draw, size_t capacity = 1 << 16)
         FbPrim p{GLenum(buf[i++]), {}};
         if (p.token == GL_LINE_RESET_TOKEN) p.token = GL_LINE_TOKEN;
         const int count = p.token == GL_POINT_TOKEN ? 1 : p.token == GL_LINE_TOKEN ? 2
-                        : p.token == GL_POLYGON_TOKEN ? int(buf[i++]) : -1;
-        if (count < 0) {
+                        : p.token == GL_POLYGON_TOKEN ? int(buf[i++]) : 0;
+        if (count <= 0) {
             ADD_FAILURE() << "unexpected feedback token " << p.token;
             break;
         }

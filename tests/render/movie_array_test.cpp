@@ -4,26 +4,15 @@
 #include <cwchar>
 #include <vector>
 
-#include "support/capture.h"
-#include "support/objects.h"
+#include "gl_host.h"
 
 namespace {
 
+using namespace pfx_render_test;
 using pfx_test::Line;
 using pfx_test::ObjectPtr;
-using Floats = std::vector<float>;
 
 constexpr float kUntouched = -99.0f;
-
-// Nodes i at Coord (i, 10 i, 100 i) with Normal (i, 0, 1).
-ObjectPtr numbered(int nodes, const std::vector<std::vector<int>>& polys)
-{
-    std::vector<pfx_test::P3> pts;
-    for (int i = 0; i < nodes; ++i) pts.push_back({float(i), 10.0f * i, 100.0f * i});
-    ObjectPtr obj(pfx_test::make_object(pts, polys));
-    for (int i = 0; i < nodes; ++i) obj->Node_Pt[i].Normal = Vector_4{float(i), 0, 1, 1};
-    return obj;
-}
 
 // Room for two triangles and one more corner, so a write past the reported
 // count shows.

@@ -16,7 +16,6 @@
 #include <png.h>
 #endif
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -28,16 +27,24 @@
 
 namespace pfx_render_test {
 
+// 8-bit RGBA rows as the GL reads them back: bottom row first. The PNG
+// files hold them top row first, as image viewers expect.
 struct Image {
     int width = 0, height = 0;
-    std::vector<uint8_t> rgba; // 8-bit RGBA, top row first
+    std::vector<uint8_t> rgba;
 };
 
 #if PFX_RENDER_HAVE_EGL
 
 class GlContext {
 public:
-    ~GlContext() { close(); }
+    ~GlContext()
+    {
+        if (display_ == EGL_NO_DISPLAY) return;
+        eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+        eglDestroyContext(display_, context_);
+        eglDestroySurface(display_, surface_);
+    }
 
     // Makes a width x height RGBA8 + depth context current with GLEW loaded.
     // Returns an empty text on success, else what failed.
@@ -50,20 +57,19 @@ public:
             EGLDisplay d = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
             return d != EGL_NO_DISPLAY && eglInitialize(d, nullptr, nullptr) ? d : EGL_NO_DISPLAY;
         }();
-        if ((display_ = display) == EGL_NO_DISPLAY) return "no surfaceless EGL display";
+        if (display == EGL_NO_DISPLAY) return "no surfaceless EGL display";
         const EGLint config_attribs[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
                                          EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8,
                                          EGL_ALPHA_SIZE, 8, EGL_DEPTH_SIZE, 24, EGL_NONE};
         const EGLint size[] = {EGL_WIDTH, width, EGL_HEIGHT, height, EGL_NONE};
         EGLConfig config = nullptr;
         EGLint count = 0;
-        if (!eglChooseConfig(display_, config_attribs, &config, 1, &count) || count < 1)
+        if (!eglChooseConfig(display, config_attribs, &config, 1, &count) || count < 1 || !eglBindAPI(EGL_OPENGL_API))
             return "no pbuffer config";
-        surface_ = eglCreatePbufferSurface(display_, config, size);
-        if (surface_ == EGL_NO_SURFACE || !eglBindAPI(EGL_OPENGL_API)) return "no pbuffer surface";
-        context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, nullptr);
-        if (context_ == EGL_NO_CONTEXT || !eglMakeCurrent(display_, surface_, surface_, context_))
-            return "no current context";
+        surface_ = eglCreatePbufferSurface(display, config, size);
+        context_ = eglCreateContext(display, config, EGL_NO_CONTEXT, nullptr);
+        display_ = display; // the destructor releases whatever was made
+        if (!eglMakeCurrent(display, surface_, surface_, context_)) return "no current context";
         // GLEW 2.2 without an X display reports GLEW_ERROR_NO_GLX_DISPLAY after
         // loading the core entry points, and may leave a GL error behind: what
         // matters is that the buffer functions are there.
@@ -73,28 +79,20 @@ public:
         return glGenBuffers && glGetBufferSubData ? "" : "GLEW loaded no buffer functions";
     }
 
-    void close()
-    {
-        if (display_ == EGL_NO_DISPLAY) return;
-        eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-        if (context_ != EGL_NO_CONTEXT) eglDestroyContext(display_, context_);
-        if (surface_ != EGL_NO_SURFACE) eglDestroySurface(display_, surface_);
-        display_ = EGL_NO_DISPLAY, surface_ = EGL_NO_SURFACE, context_ = EGL_NO_CONTEXT;
-    }
-
 private:
     EGLDisplay display_ = EGL_NO_DISPLAY;
     EGLSurface surface_ = EGL_NO_SURFACE;
     EGLContext context_ = EGL_NO_CONTEXT;
 };
 
-// Empty text on success, else what failed.
+// Empty text on success, else what failed. A negative row stride stores
+// the bottom-up rows top row first.
 inline std::string write_png(const std::string& path, const Image& img)
 {
     png_image png{};
     png.version = PNG_IMAGE_VERSION, png.format = PNG_FORMAT_RGBA;
     png.width = png_uint_32(img.width), png.height = png_uint_32(img.height);
-    if (png_image_write_to_file(&png, path.c_str(), 0, img.rgba.data(), 0, nullptr)) return {};
+    if (png_image_write_to_file(&png, path.c_str(), 0, img.rgba.data(), -4 * img.width, nullptr)) return {};
     return "cannot write " + path + ": " + png.message;
 }
 
@@ -106,17 +104,15 @@ inline std::string read_png(const std::string& path, Image& img)
     png.format = PNG_FORMAT_RGBA;
     img.width = int(png.width), img.height = int(png.height);
     img.rgba.assign(PNG_IMAGE_SIZE(png), 0);
-    if (png_image_finish_read(&png, nullptr, img.rgba.data(), 0, nullptr)) return {};
+    if (png_image_finish_read(&png, nullptr, img.rgba.data(), -4 * img.width, nullptr)) return {};
     png_image_free(&png);
     return "cannot decode " + path;
 }
 
 #else // no EGL at build time
 
-class GlContext {
-public:
+struct GlContext {
     std::string open(int, int) { return "built without EGL"; }
-    void close() {}
 };
 inline std::string read_png(const std::string&, Image&) { return "built without libpng"; }
 
@@ -144,52 +140,41 @@ constexpr SceneVariant kSceneVariants[] = {
 // normals, polygon normals those of their first three corners.
 inline Movie_Objs* make_sample_object()
 {
-    constexpr int kStacks = 8, kSlices = 12;
-    constexpr double kPi = 3.14159265358979323846;
+    constexpr int kStacks = 8, kSlices = 12, kNodes = 2 + (kStacks - 1) * kSlices;
     Movie_Objs* obj = static_cast<Movie_Objs*>(std::calloc(1, sizeof(Movie_Objs)));
     obj->Flags = GEOM_POLY | COLORED;
     obj->Matrix.init();
-    obj->Node_Nb = 2 + (kStacks - 1) * kSlices;
-    obj->Node_Pt = static_cast<Movie_Node*>(std::calloc(obj->Node_Nb, sizeof(Movie_Node)));
-    auto set_node = [&](int i, double x, double y, double z) {
+    obj->Node_Nb = kNodes;
+    obj->Node_Pt = static_cast<Movie_Node*>(std::calloc(kNodes, sizeof(Movie_Node)));
+    for (int i = 0; i < kNodes; ++i) { // the north pole, the rings, the south pole
+        const int s = i == 0 ? 0 : i == kNodes - 1 ? kStacks : 1 + (i - 1) / kSlices;
+        const double theta = M_PI * s / kStacks, phi = 2 * M_PI * ((i + kSlices - 1) % kSlices) / kSlices;
+        const double x = std::sin(theta) * std::cos(phi), y = std::cos(theta), z = -std::sin(theta) * std::sin(phi);
         Movie_Node& n = obj->Node_Pt[i];
         n.Coord = Vector_4{float(x), float(y), float(z), 0.0f};
         n.Normal = Vector_4{float(x), float(y), float(z), 1.0f};
-        const uint8_t rgba[4] = {uint8_t(40 + 200 * (x + 1) / 2), uint8_t(40 + 200 * (y + 1) / 2),
-                                 uint8_t(40 + 200 * (z + 1) / 2), 255};
+        const uint8_t rgba[4] = {uint8_t(140 + 100 * x), uint8_t(140 + 100 * y), uint8_t(140 + 100 * z), 255};
         std::memcpy(&n.Color, rgba, 4);
-    };
-    set_node(0, 0, 1, 0);
-    set_node(obj->Node_Nb - 1, 0, -1, 0);
-    for (int s = 1; s < kStacks; ++s)
-        for (int k = 0; k < kSlices; ++k) {
-            const double theta = kPi * s / kStacks, phi = 2 * kPi * k / kSlices;
-            const double r = std::sin(theta);
-            set_node(1 + (s - 1) * kSlices + k, r * std::cos(phi), std::cos(theta), -r * std::sin(phi));
-        }
-    auto ring = [&](int s, int k) { return 1 + (s - 1) * kSlices + (k % kSlices); };
-    obj->Poly_Nb = kStacks * kSlices;
-    obj->Poly_Pt = static_cast<Movie_Poly*>(std::calloc(obj->Poly_Nb, sizeof(Movie_Poly)));
-    int p = 0;
-    auto add = [&](std::initializer_list<int> corners) {
+    }
+    auto ring = [](int s, int k) { return 1 + (s - 1) * kSlices + k % kSlices; };
+    std::vector<std::vector<int>> polys;
+    for (int k = 0; k < kSlices; ++k) polys.push_back({0, ring(1, k), ring(1, k + 1)});
+    for (int s = 1; s + 1 < kStacks; ++s)
+        for (int k = 0; k < kSlices; ++k) polys.push_back({ring(s, k), ring(s + 1, k), ring(s + 1, k + 1), ring(s, k + 1)});
+    for (int k = 0; k < kSlices; ++k) polys.push_back({kNodes - 1, ring(kStacks - 1, k + 1), ring(kStacks - 1, k)});
+    obj->Poly_Nb = int(polys.size());
+    obj->Poly_Pt = static_cast<Movie_Poly*>(std::calloc(polys.size(), sizeof(Movie_Poly)));
+    for (int p = 0; p < obj->Poly_Nb; ++p) {
         Movie_Poly& poly = obj->Poly_Pt[p];
-        poly.Node_Id_Nb = int(corners.size());
-        std::copy(corners.begin(), corners.end(), poly.Node_Id);
+        poly.Node_Id_Nb = int(polys[p].size());
+        std::memcpy(poly.Node_Id, polys[p].data(), polys[p].size() * sizeof(int));
         const Vector_4 &a = obj->Node_Pt[poly.Node_Id[0]].Coord, &b = obj->Node_Pt[poly.Node_Id[1]].Coord,
                        &c = obj->Node_Pt[poly.Node_Id[2]].Coord;
-        const double ux = b.x - a.x, uy = b.y - a.y, uz = b.z - a.z;
-        const double vx = c.x - a.x, vy = c.y - a.y, vz = c.z - a.z;
-        const double nx = uy * vz - uz * vy, ny = uz * vx - ux * vz, nz = ux * vy - uy * vx;
-        const double len = std::sqrt(nx * nx + ny * ny + nz * nz);
-        poly.Normal = Vector_4{float(nx / len), float(ny / len), float(nz / len), 1.0f};
+        const Vector_4 u{b.x - a.x, b.y - a.y, b.z - a.z, 0}, v{c.x - a.x, c.y - a.y, c.z - a.z, 0};
+        poly.Normal = Vector_4{u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x, 1}.normalise();
         const uint8_t own[4] = {250, 210, 40, 255};
-        if (p++ % 7 == 3) std::memcpy(&poly.Color, own, 4);
-    };
-    for (int k = 0; k < kSlices; ++k) add({0, ring(1, k), ring(1, k + 1)});
-    for (int s = 1; s + 1 < kStacks; ++s)
-        for (int k = 0; k < kSlices; ++k)
-            add({ring(s, k), ring(s + 1, k), ring(s + 1, k + 1), ring(s, k + 1)});
-    for (int k = 0; k < kSlices; ++k) add({obj->Node_Nb - 1, ring(kStacks - 1, k + 1), ring(kStacks - 1, k)});
+        if (p % 7 == 3) std::memcpy(&poly.Color, own, 4);
+    }
     return obj;
 }
 
@@ -214,15 +199,10 @@ inline Image render_variant(const SceneVariant& v)
     Movie_Objs* obj = make_sample_object();
     if (!v.buffers) obj->Flags |= NO_VBO;
     Movie_OpenGL_Draw(obj, v.mode, 0, 1000);
-    glFinish();
 
-    const size_t stride = size_t(kSceneSize) * 4;
-    Image img{kSceneSize, kSceneSize, std::vector<uint8_t>(stride * kSceneSize)};
-    std::vector<uint8_t> rows(img.rgba.size());
+    Image img{kSceneSize, kSceneSize, std::vector<uint8_t>(size_t(kSceneSize) * kSceneSize * 4)};
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, kSceneSize, kSceneSize, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
-    for (int y = 0; y < kSceneSize; ++y) // the GL's rows run bottom up
-        std::memcpy(&img.rgba[y * stride], &rows[(kSceneSize - 1 - y) * stride], stride);
+    glReadPixels(0, 0, kSceneSize, kSceneSize, GL_RGBA, GL_UNSIGNED_BYTE, img.rgba.data());
 
     // The buffers live in the context: a host deletes them through a reset
     // and a draw before it releases the object.
