@@ -26,11 +26,14 @@ inline std::string transcript(const CaptureSink& sink, const std::wstring& dir =
     return s;
 }
 
-// "x y z," per node, then "|" and "a b c (normal)," per polygon.
-inline std::string describe(const Movie_Objs* o)
+// "flags path name: ", then "x y z," per node, "|" and "a b c (normal)," per polygon.
+inline std::string describe(const Movie_Objs* o, const std::wstring& dir)
 {
-    std::string s;
     char b[96];
+    std::snprintf(b, sizeof b, "%#x ", o->Flags);
+    std::string s = b;
+    s.append(o->Path == dir ? "<dir>/" : narrow(o->Path ? o->Path : L"?")).append(" ");
+    s.append(o->Name ? narrow(o->Name) : "(null)").append(": ");
     for (int i = 0; i < o->Node_Nb; ++i) {
         std::snprintf(b, sizeof b, "%g %g %g,", o->Node_Pt[i].Coord.x, o->Node_Pt[i].Coord.y, o->Node_Pt[i].Coord.z);
         s += b;

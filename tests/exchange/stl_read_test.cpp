@@ -1,9 +1,8 @@
 // STL_Read and STL_Read_Merge on the file corpus: whole transcripts and the
 // objects they give, names, missing files, every memory error, and the
 // writer goldens read back.
-#include <dirent.h>
-
 #include <cstdlib>
+#include <filesystem>
 #include <set>
 #include <string>
 
@@ -34,23 +33,15 @@ protected:
             if (count == 1) obj.reset(list[0]);
             if (list != untouched) std::free(list);
         }
-        if (!obj) return transcript(sink, dir) + result + "none\n";
-        char flags[16];
-        std::snprintf(flags, sizeof flags, "%#x ", obj->Flags);
-        result += flags + (obj->Path == dir ? "<dir>/" : narrow(obj->Path ? obj->Path : L"?")) + " ";
-        return transcript(sink, dir) + result + (obj->Name ? narrow(obj->Name) : "(null)") + ": " +
-               describe(obj.get()) + "\n";
+        return transcript(sink, dir) + result + (obj ? describe(obj.get(), dir) : "none") + "\n";
     }
 };
 
 TEST_F(StlReadTest, EveryCorpusFileGivesItsTranscriptAndObjectThroughBothEntryPoints)
 {
     std::set<std::string> files = {"no_such_file"};
-    DIR* d = opendir(test_path("data/stl").c_str());
-    ASSERT_NE(d, nullptr);
-    while (dirent* e = readdir(d))
-        if (std::string n = e->d_name; n.ends_with(".stl")) files.insert(n.substr(0, n.size() - 4));
-    closedir(d);
+    for (const auto& entry : std::filesystem::directory_iterator(test_path("data/stl")))
+        files.insert(entry.path().stem().string());
     std::string got;
     for (const std::string& file : files)
         for (bool merge : {false, true})
