@@ -18,8 +18,6 @@ int write(bool text, Movie_Objs* obj, short num, const std::string& path, const 
     return (text ? STL_ASCII_Write : STL_BINARY_Write)(obj, num, wide(path).c_str(), name, progress);
 }
 
-Movie_Objs* cube() { return stl::write_cases()[0].make(); }
-
 class StlWriteTest : public PfxTest {};
 
 TEST_F(StlWriteTest, BothWritersMatchTheGoldenFiles)
@@ -54,7 +52,7 @@ TEST_F(StlWriteTest, TranscriptsOfWritesAndRefusals)
 {
     const std::string dir = temp_dir();
     std::vector<ObjectPtr> objs;
-    objs.emplace_back(cube());
+    objs.emplace_back(stl::write_cases()[0].make()); // the cube
     objs.emplace_back(nullptr);
     for (unsigned int flag : {GEOM_POINT, GEOM_LINE, GEOM_OTHER, GEOM_POLY | GEOM_LINE})
         objs.emplace_back(make_object({{0, 0, 0}, {1, 0, 0}}, {{0, 1}}, flag));
