@@ -2,6 +2,7 @@
 // no buffer can be had), progress and the open-failure block.
 #include <cerrno>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "exchange/dxf_vrml_cases.h"
@@ -61,15 +62,11 @@ std::vector<int> g_progress;
 TEST_F(DxfVrmlWrite, ProgressOfFacesAndRunsButNotOfPoints)
 {
     const std::vector<P3> nodes = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}};
-    std::vector<std::vector<int>> runs; // 300 closed two-segment runs, starting at 0, 2, 4, ...
-    for (int i = 0; i < 300; ++i) runs.insert(runs.end(), {{0, 1}, {1, 0}});
     using Polys = std::vector<std::vector<int>>;
-    const struct {
-        bool dxf;
-        Polys polys;
-        unsigned int flags;
-        std::vector<int> calls;
-    } cases[] = {
+    Polys runs; // 300 closed two-segment runs, starting at 0, 2, 4, ...
+    for (int i = 0; i < 300; ++i) runs.insert(runs.end(), {{0, 1}, {1, 0}});
+    using Case = std::tuple<bool, Polys, unsigned int, std::vector<int>>;
+    const Case cases[] = {
         {true, Polys(600, {0, 1, 2, 3}), GEOM_POLY, {256, 256, 256}}, // a quad is two faces
         {true, Polys(600, {0, 1}), GEOM_LINE | GEOM_POINT, {}},
         {false, Polys(2049, {0, 1, 2}), GEOM_POLY, {1024, 1024, 1024}},
@@ -78,12 +75,12 @@ TEST_F(DxfVrmlWrite, ProgressOfFacesAndRunsButNotOfPoints)
         {false, Polys(600, {0, 1}), GEOM_LINE, {256}},
         {false, Polys(600, {0}), GEOM_POINT, {}},
     };
-    for (const auto& c : cases) {
-        ObjectPtr o(make_object(nodes, c.polys, c.flags));
+    for (const auto& [dxf, polys, flags, calls] : cases) {
+        ObjectPtr o(make_object(nodes, polys, flags));
         Movie_Objs* list[2] = {o.get(), nullptr};
         g_progress.clear();
-        EXPECT_EQ(write(c.dxf, list, nullptr, nullptr, [](int n) { g_progress.push_back(n); }), 1);
-        EXPECT_EQ(g_progress, c.calls) << c.dxf << " " << c.polys.size();
+        EXPECT_EQ(write(dxf, list, nullptr, nullptr, [](int n) { g_progress.push_back(n); }), 1);
+        EXPECT_EQ(g_progress, calls) << dxf << " " << polys.size();
     }
 }
 

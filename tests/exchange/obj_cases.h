@@ -110,40 +110,38 @@ inline void release_case(ObjCase& c)
 inline std::string dump(Movie_Objs* const* list, const std::string& dir)
 {
     std::string s;
-    auto num = [&](float v) {
-        char b[32];
-        std::snprintf(b, sizeof b, " %g", v);
+    // Each number follows a space and, when it starts a group, tag.
+    auto num = [&](const char* tag, float v) {
+        char b[48];
+        std::snprintf(b, sizeof b, "%s %g", tag, v);
         s += b;
     };
     for (; list && *list; ++list) {
         const Movie_Objs* o = *list;
-        EXPECT_EQ(o->Flags, 0x4101u);
-        EXPECT_EQ(o->Pos_Done, 0);
+        EXPECT_TRUE(o->Flags == 0x4101u && o->Pos_Done == 0) << o->Flags;
         for (int r = 0; r < 16; ++r) EXPECT_EQ(o->Matrix.m[r / 4][r % 4], 0.0);
-        s += o->Name ? narrow(o->Name) : "(null)";
         EXPECT_TRUE(!o->Node_Nb == !o->Node_Pt && !o->Poly_Nb == !o->Poly_Pt && !o->Text_Nb == !o->Text_Pt &&
                     !o->Normal_Nb == !o->Normal_Pt);
+        s += o->Name ? narrow(o->Name) : "(null)";
         if (o->Path) s += '@';
         if (o->Path && narrow(o->Path) != dir) s += narrow(o->Path);
         s += " v";
         for (int i = 0; i < o->Node_Nb; ++i) {
             const Movie_Node& n = o->Node_Pt[i];
             EXPECT_TRUE(n.Coord.w == 0 && n.Pos.x == 0 && n.Poly_Id == nullptr) << i;
-            s += i ? "," : "";
-            for (float c : {n.Coord.x, n.Coord.y, n.Coord.z}) num(c);
+            num(i ? "," : "", n.Coord.x);
+            num("", n.Coord.y);
+            num("", n.Coord.z);
         }
-        for (int i = 0; i < 2 * o->Text_Nb; ++i) s += i ? (i % 2 ? "" : ",") : " t", num(o->Text_Pt[i]);
-        for (int i = 0; i < 3 * o->Normal_Nb; ++i) s += i ? (i % 3 ? "" : ",") : " n", num(o->Normal_Pt[i]);
+        for (int i = 0; i < 2 * o->Text_Nb; ++i) num(i ? (i % 2 ? "" : ",") : " t", o->Text_Pt[i]);
+        for (int i = 0; i < 3 * o->Normal_Nb; ++i) num(i ? (i % 3 ? "" : ",") : " n", o->Normal_Pt[i]);
         s += " f";
         for (int p = 0; p < o->Poly_Nb; ++p) {
             const Movie_Poly& f = o->Poly_Pt[p];
             s += p ? "," : "";
             for (const int* ids : {f.Node_Id, f.Text_Id, f.Normal_Id}) {
                 s += ids == f.Node_Id ? ' ' : '/';
-                for (int i = 0; i < f.Node_Id_Nb; ++i) {
-                    if (i) s += ' ';
-                    s += std::to_string(ids[i]);
-                }
+                for (int i = 0; i < f.Node_Id_Nb; ++i) s.append(i ? " " : "").append(std::to_string(ids[i]));
             }
             for (int i = f.Node_Id_Nb; i < 4; ++i) EXPECT_EQ(f.Node_Id[i], 0) << p;
         }

@@ -5,6 +5,7 @@
 // the same thing.
 #include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -43,28 +44,22 @@ TEST(ObjModels, EveryModelReadsCleanlyAndAgreesWithTinyObjLoader)
             continue;
         }
         ++read;
-        for (int k = 0; k < n; ++k) {
-            const Movie_Objs* o = objs[k];
-            ASSERT_NE(o, nullptr);
-            for (int p = 0; p < o->Poly_Nb; ++p)
-                for (int j = 0; j < o->Poly_Pt[p].Node_Id_Nb; ++j) {
-                    EXPECT_LT(unsigned(o->Poly_Pt[p].Node_Id[j]), unsigned(o->Node_Nb));
-                    EXPECT_TRUE(!o->Text_Nb || unsigned(o->Poly_Pt[p].Text_Id[j]) < unsigned(o->Text_Nb));
-                    EXPECT_TRUE(!o->Normal_Nb || unsigned(o->Poly_Pt[p].Normal_Id[j]) < unsigned(o->Normal_Nb));
+        for (int k = 0; k < n && objs[k]; ++k)
+            for (const Movie_Poly* f = objs[k]->Poly_Pt; f < objs[k]->Poly_Pt + objs[k]->Poly_Nb; ++f)
+                for (int j = 0; j < f->Node_Id_Nb; ++j) {
+                    EXPECT_LT(unsigned(f->Node_Id[j]), unsigned(objs[k]->Node_Nb));
+                    EXPECT_TRUE(!objs[k]->Text_Nb || unsigned(f->Text_Id[j]) < unsigned(objs[k]->Text_Nb));
+                    EXPECT_TRUE(!objs[k]->Normal_Nb || unsigned(f->Normal_Id[j]) < unsigned(objs[k]->Normal_Nb));
                 }
-        }
         EXPECT_EQ(objs[n], nullptr);
         free_object_list(objs, n);
 #ifdef PFX_HAVE_TINYOBJ
         // Lines longer than one 119-character read are examined in pieces
         // here and whole by tinyobjloader; dropped faces warn.
-        const std::string bytes = read_file(path.string());
-        size_t longest = 0;
-        for (size_t at = 0, e; at < bytes.size(); at = e + 1) {
-            e = std::min(bytes.find('\n', at), bytes.size());
-            longest = std::max(longest, e - at - (e > at && bytes[e - 1] == '\r'));
-        }
-        if (longest >= 119 || sink.texts(MSG_USER).size() > 0) continue;
+        std::istringstream lines(read_file(path.string()));
+        bool long_line = false;
+        for (std::string l; std::getline(lines, l);) long_line |= l.size() - (!l.empty() && l.back() == '\r') >= 119;
+        if (long_line || !sink.texts(MSG_USER).empty()) continue;
         tinyobj::attrib_t attrib;
         std::vector<tinyobj::shape_t> shapes;
         std::vector<tinyobj::material_t> materials;
@@ -73,11 +68,10 @@ TEST(ObjModels, EveryModelReadsCleanlyAndAgreesWithTinyObjLoader)
             continue;
         size_t faces = 0;
         for (const tinyobj::shape_t& s : shapes) faces += s.mesh.num_face_vertices.size();
-        EXPECT_EQ(sink.lines()[sink.lines().size() - 2].text,
-                  L"-> Polyfex:OBJ_Read_Merge() read: " + std::to_wstring(attrib.vertices.size() / 3) + L" nodes, " +
-                      std::to_wstring(attrib.texcoords.size() / 2) + L" textures, " +
-                      std::to_wstring(attrib.normals.size() / 3) + L" normals, " + std::to_wstring(faces) +
-                      L" polygons");
+        EXPECT_EQ(narrow(sink.lines()[sink.lines().size() - 2].text),
+                  "-> Polyfex:OBJ_Read_Merge() read: " + std::to_string(attrib.vertices.size() / 3) + " nodes, " +
+                      std::to_string(attrib.texcoords.size() / 2) + " textures, " +
+                      std::to_string(attrib.normals.size() / 3) + " normals, " + std::to_string(faces) + " polygons");
         ++compared;
 #endif
     }
