@@ -3,6 +3,7 @@
 // feedback mode).
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -21,20 +22,19 @@ using Floats = std::vector<float>;
 // (this is a little-endian machine).
 inline uint32_t rgba(uint32_t r, uint32_t g, uint32_t b, uint32_t a) { return r | g << 8 | b << 16 | a << 24; }
 
-// Capture sink, allocation injection off, and a current size x size context
-// where object x and y are window coordinates and z in [-10, 10] is depth.
+// Capture sink, allocation injection off, and a current context of the
+// scene's size where object x and y are window coordinates and z in
+// [-10, 10] is depth.
 class GlTest : public pfx_test::PfxTest {
 protected:
-    explicit GlTest(int size = 64) : size_(size) {}
     void SetUp() override
     {
 #if !PFX_RENDER_HAVE_EGL
         GTEST_SKIP() << "built without EGL";
 #endif
-        ASSERT_EQ(context_.open(size_, size_), "") << "no headless OpenGL context";
-        glViewport(0, 0, size_, size_);
+        ASSERT_EQ(context_.open(kSceneSize, kSceneSize), "") << "no headless OpenGL context";
         glMatrixMode(GL_PROJECTION);
-        glOrtho(0, size_, 0, size_, -10, 10);
+        glOrtho(0, kSceneSize, 0, kSceneSize, -10, 10);
         glMatrixMode(GL_MODELVIEW);
     }
     void TearDown() override
@@ -44,7 +44,6 @@ protected:
         }
         pfx_test::PfxTest::TearDown();
     }
-    int size_;
     GlContext context_;
 };
 
@@ -73,6 +72,18 @@ inline pfx_test::ObjectPtr numbered(int nodes, const std::vector<std::vector<int
     pfx_test::ObjectPtr obj(pfx_test::make_object(pts, polys));
     for (int i = 0; i < nodes; ++i) obj->Node_Pt[i].Normal = Vector_4{float(i), 0, 1, 1};
     return obj;
+}
+
+// Gives the object a list of texture pairs or of normal triples, and each
+// polygon p the ids of its corners into it, ids[p].
+inline void set_list(Movie_Objs& obj, bool normals, const Floats& values, const std::vector<std::vector<int>>& ids)
+{
+    float*& list = normals ? obj.Normal_Pt : obj.Text_Pt;
+    (normals ? obj.Normal_Nb : obj.Text_Nb) = int(values.size()) / (normals ? 3 : 2);
+    list = static_cast<float*>(std::malloc(values.size() * sizeof(float)));
+    std::copy(values.begin(), values.end(), list);
+    for (size_t p = 0; p < ids.size(); ++p)
+        std::copy(ids[p].begin(), ids[p].end(), normals ? obj.Poly_Pt[p].Normal_Id : obj.Poly_Pt[p].Text_Id);
 }
 
 // A fill into room for every polygon, cut to the count it reports.

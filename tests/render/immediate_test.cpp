@@ -51,12 +51,6 @@ std::vector<FbPrim> draw(Movie_Objs* obj, short mode)
 {
     return feedback([&] { Movie_OpenGL_Draw(obj, mode, 0, 1000); });
 }
-Floats current_normal()
-{
-    Floats n(3);
-    glGetFloatv(GL_CURRENT_NORMAL, n.data());
-    return n;
-}
 
 using ImmediateDraw = GlTest;
 
@@ -84,16 +78,16 @@ TEST_F(ImmediateDraw, PointsAndLinesKeepTheirOrderAndTheHostsColourWithTheFixedN
     ObjectPtr obj(make_object({{5, 5, 0}, {20, 5, 0}, {20, 25, 0}}, {{2}, {0, 1}},
                               GEOM_POINT | GEOM_LINE | COLORED));
     for (int i = 0; i < 3; ++i) obj->Node_Pt[i].Color = rgba(255, 255, 255, 255);
-    obj->Text_Nb = 1;
-    obj->Text_Pt = static_cast<float*>(std::calloc(2, sizeof(float)));
-    obj->Text_Pt[0] = 0.75f;
+    set_list(*obj, false, {0.75f, 0}, {});
     // Points and lines send no colour and no texture coordinate: what the
     // host set last stays current.
     glColor4f(0.2f, 0.4f, 0.6f, 1.0f);
     glTexCoord2f(0.125f, 0.875f);
     glNormal3f(1, 0, 0);
     const std::vector<FbPrim> prims = draw(obj.get(), 1);
-    EXPECT_EQ(current_normal(), (Floats{0, 0, -1}));
+    Floats normal(3);
+    glGetFloatv(GL_CURRENT_NORMAL, normal.data());
+    EXPECT_EQ(normal, (Floats{0, 0, -1}));
     EXPECT_EQ(dump(prims, Show::Corners), "point 20,25 |line 5,5 20,5 |");
     EXPECT_EQ(dump(prims, Show::Colours), "point 51,102,153,255 |line 51,102,153,255 51,102,153,255 |");
     EXPECT_EQ(dump(prims, Show::Texture), "point 0.125,0.875 |line 0.125,0.875 0.125,0.875 |");
@@ -107,7 +101,6 @@ TEST_F(ImmediateDraw, FlatModeSendsOneColourAndNormalPerPolygon)
     EXPECT_EQ(dump(draw(obj.get(), 2), Show::Colours),
               " 10,101,7,255 10,101,7,255 10,101,7,255 | 10,20,30,255 10,20,30,255 10,20,30,255"
               " | 10,20,30,255 10,20,30,255 10,20,30,255 |");
-    EXPECT_EQ(current_normal(), (Floats{0, 0.6f, 0.8f}));
 
     // Lit, every corner shows its polygon's normal, not its node's.
     obj->Flags &= ~COLORED;
@@ -119,12 +112,7 @@ TEST_F(ImmediateDraw, SmoothModeSendsColourTextureAndNormalPerCorner)
 {
     ObjectPtr obj = tri_and_quad(GEOM_POLY | COLORED | NO_VBO);
     obj->Poly_Nb = 1; // the triangle alone
-    obj->Text_Nb = 3;
-    obj->Text_Pt = static_cast<float*>(std::malloc(6 * sizeof(float)));
-    const float uv[6] = {0.0f, 0.5f, 0.25f, 0.75f, 1.0f, 0.125f};
-    std::memcpy(obj->Text_Pt, uv, sizeof uv);
-    const int text_ids[4] = {2, 0, 1, 0};
-    std::memcpy(obj->Poly_Pt[0].Text_Id, text_ids, sizeof text_ids);
+    set_list(*obj, false, {0, 0.5f, 0.25f, 0.75f, 1, 0.125f}, {{2, 0, 1}});
     // Corners 2, 1, 0: nodes 2, 1, 0 with texture pairs 1, 0, 2.
     const std::vector<FbPrim> prims = draw(obj.get(), 1);
     EXPECT_EQ(dump(prims, Show::Colours), " 20,102,7,255 10,101,7,255 0,100,7,255 |");
@@ -136,12 +124,7 @@ TEST_F(ImmediateDraw, SmoothModeSendsColourTextureAndNormalPerCorner)
     light_along_z();
     EXPECT_EQ(dump(draw(obj.get(), 1), Show::NormalZ), " 0.6 0.8 1 |");
     // A normal list wins over the node normals.
-    obj->Normal_Nb = 2;
-    obj->Normal_Pt = static_cast<float*>(std::calloc(6, sizeof(float)));
-    obj->Normal_Pt[2] = 0.5f;  // entry 0: (0, 0, 0.5)
-    obj->Normal_Pt[5] = 0.25f; // entry 1: (0, 0, 0.25)
-    const int normal_ids[4] = {1, 0, 0, 0};
-    std::memcpy(obj->Poly_Pt[0].Normal_Id, normal_ids, sizeof normal_ids);
+    set_list(*obj, true, {0, 0, 0.5f, 0, 0, 0.25f}, {{1, 0, 0}});
     EXPECT_EQ(dump(draw(obj.get(), 1), Show::NormalZ), " 0.5 0.5 0.25 |");
 }
 

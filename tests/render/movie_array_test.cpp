@@ -53,18 +53,8 @@ TEST_F(MovieToArray, TriangleCornersGoOutReversedAndTheCountIsThreePerPolygon)
     EXPECT_EQ(obj->Node_Pt[2].Pos.x, 0.0f);
 
     // Texture pairs and a normal list through each corner's index.
-    obj->Text_Nb = 3;
-    obj->Text_Pt = static_cast<float*>(std::malloc(6 * sizeof(float)));
-    const float uv[6] = {0.0f, 0.5f, 1.0f, 1.5f, 2.0f, 2.5f};
-    std::memcpy(obj->Text_Pt, uv, sizeof uv);
-    obj->Normal_Nb = 2;
-    obj->Normal_Pt = static_cast<float*>(std::calloc(6, sizeof(float)));
-    obj->Normal_Pt[2] = obj->Normal_Pt[3] = 1; // entries (0, 0, 1) and (1, 0, 0)
-    const int text_ids[2][4] = {{2, 0, 1, 0}, {1, 1, 2, 0}}, normal_ids[2][4] = {{0, 1, 1}, {1}};
-    for (int p = 0; p < 2; ++p) {
-        std::memcpy(obj->Poly_Pt[p].Text_Id, text_ids[p], sizeof text_ids[p]);
-        std::memcpy(obj->Poly_Pt[p].Normal_Id, normal_ids[p], sizeof normal_ids[p]);
-    }
+    set_list(*obj, false, {0, 0.5f, 1, 1.5f, 2, 2.5f}, {{2, 0, 1}, {1, 1, 2}});
+    set_list(*obj, true, {0, 0, 1, 1, 0, 0}, {{0, 1, 1}, {1, 0, 0}});
     EXPECT_EQ(a.copy(obj.get()), 6);
     EXPECT_EQ(a.tex, written({1, 1.5f, 0, 0.5f, 2, 2.5f, 2, 2.5f, 1, 1.5f, 1, 1.5f}, 14));
     EXPECT_EQ(a.normals, written({1, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 1, 0, 0, 1, 1, 0, 0}, 21));

@@ -37,10 +37,7 @@ std::pair<int, double> diff(const Image& a, const Image& b)
     return {over, sum / double(a.rgba.size())};
 }
 
-class RenderGolden : public GlTest {
-protected:
-    RenderGolden() : GlTest(kSceneSize) {}
-};
+using RenderGolden = GlTest;
 
 TEST_F(RenderGolden, EachVariantMatchesItsReferenceAndTheReferencesShowTheObject)
 {

@@ -52,11 +52,7 @@ TEST_F(VboBuild, FillsWriteEachTriangleCornerWithQuadsCutOnTheirFirstDiagonal)
               (Colours{tri, tri, tri, quad, quad, quad, quad, quad, quad, own, own, own}));
 
     // A normal list wins over the node normals, through each corner's index.
-    obj->Normal_Pt = static_cast<float*>(std::calloc(6, sizeof(float)));
-    obj->Normal_Pt[0] = obj->Normal_Pt[4] = 1; // entries (1, 0, 0) and (0, 1, 0)
-    obj->Normal_Nb = 2;
-    const int ids[3][4] = {{1, 0, 0, 0}, {0, 1, 1, 0}, {0, 0, 1, 0}};
-    for (int p = 0; p < 3; ++p) std::memcpy(obj->Poly_Pt[p].Normal_Id, ids[p], sizeof ids[p]);
+    set_list(*obj, true, {1, 0, 0, 0, 1, 0}, {{1, 0, 0}, {0, 1, 1, 0}, {0, 0, 1}});
     EXPECT_EQ(filled(*obj, fill_normal_smooth),
               (Floats{0, 1, 0, 1, 0, 0, 1, 0, 0, /**/ 1, 0, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 1, 0, 0,
                       1, 0, 0, /**/ 1, 0, 0, 1, 0, 0, 0, 1, 0}));
