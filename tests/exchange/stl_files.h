@@ -32,7 +32,7 @@ inline std::string describe(const Movie_Objs* o, const std::wstring& dir)
     char b[96];
     std::snprintf(b, sizeof b, "%#x ", o->Flags);
     std::string s = b;
-    s.append(o->Path == dir ? "<dir>/" : narrow(o->Path ? o->Path : L"?")).append(" ");
+    s.append(!o->Path ? "(null)" : o->Path == dir ? "<dir>/" : narrow(o->Path)).append(" ");
     s.append(o->Name ? narrow(o->Name) : "(null)").append(": ");
     for (int i = 0; i < o->Node_Nb; ++i) {
         std::snprintf(b, sizeof b, "%g %g %g,", o->Node_Pt[i].Coord.x, o->Node_Pt[i].Coord.y, o->Node_Pt[i].Coord.z);
