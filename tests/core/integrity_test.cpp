@@ -1,5 +1,5 @@
 #include "core/core_lines.h"
-#include "core/sphere_mesh.h"
+#include "support/sphere_mesh.h"
 
 using namespace pfx_test;
 
@@ -8,37 +8,39 @@ using IntegrityTest = PfxTest;
 const std::vector<P3> kTetra = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
 
 // Edges, links, nodes, polygons: the four counts.
-std::vector<int> run_all(Movie_Objs* o)
+Ids run_all(Movie_Objs* o)
 {
     return {Movie_Test_Edges(o), Movie_Test_Links(o), Movie_Test_Nodes(o), Movie_Test_Polygons(o)};
 }
 
-TEST_F(IntegrityTest, ClosedSurfacesPassEveryTest)
+TEST_F(IntegrityTest, CountsAndNotesOfTheFourTests)
 {
-    ObjectPtr tetra(make_tetrahedron()), sphere(make_uv_sphere(24, 12));
-    for (Movie_Objs* o : {tetra.get(), sphere.get()}) ASSERT_EQ(Movie_Init_Norm(o), 1);
+    const struct {
+        std::vector<P3> nodes;
+        Polys polys;
+        bool linked;
+        Ids counts;
+        const char* golden; // the notes, or none
+    } rows[] = {
+        {kTetra, {{0, 2, 1}, {0, 1, 3}, {1, 2, 3}, {0, 3, 2}}, true, {0, 0, 0, 0}, nullptr},
+        {kTetra, {{0, 1, 3}, {1, 2, 3}, {0, 3, 2}}, true, {3, 0, 0, 0}, "core/integrity_open_surface.txt"},
+        // Face 0 turned inside out, node 4 in no polygon, and no links at all.
+        {{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {9, 9, 9}}, {{0, 1, 2}, {0, 1, 3}, {1, 2, 3}, {0, 3, 2}}, false,
+         {12, 12, 5, 0}, "core/integrity_without_links.txt"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::PrintToString(row.polys));
+        ObjectPtr obj(make_object(row.nodes, row.polys));
+        if (row.linked) { ASSERT_EQ(Movie_Init_Norm(obj.get()), 1); }
+        sink.clear();
+        EXPECT_EQ(run_all(obj.get()), row.counts);
+        EXPECT_EQ(sink.lines(), row.golden ? golden_lines(row.golden, MSG_NOTE) : Lines{});
+    }
+    ObjectPtr sphere(make_uv_sphere(24, 12));
+    ASSERT_EQ(Movie_Init_Norm(sphere.get()), 1);
     sink.clear();
-    for (Movie_Objs* o : {tetra.get(), sphere.get(), (Movie_Objs*)nullptr}) EXPECT_EQ(run_all(o), Ids(4, 0));
+    EXPECT_EQ(run_all(sphere.get()) + run_all(nullptr), Ids(8, 0));
     EXPECT_TRUE(sink.lines().empty());
-}
-
-TEST_F(IntegrityTest, OpenSurfaceHasUnmatchedEdgesOnly)
-{
-    ObjectPtr obj(make_object(kTetra, {{0, 1, 3}, {1, 2, 3}, {0, 3, 2}}));
-    ASSERT_EQ(Movie_Init_Norm(obj.get()), 1);
-    sink.clear();
-    EXPECT_EQ(run_all(obj.get()), (Ids{3, 0, 0, 0}));
-    EXPECT_EQ(sink.lines(), notes({L"edge 0 (0/1) of poly 0: Unmatched", L"edge 0 (1/2) of poly 1: Unmatched",
-                                   L"edge 2 (2/0) of poly 2: Unmatched"}));
-}
-
-TEST_F(IntegrityTest, WithoutLinksEdgesFindTheirPartnersAndNodesAreUnreferred)
-{
-    // Face 0 turned inside out, node 4 in no polygon, and no links at all.
-    ObjectPtr obj(make_object({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {9, 9, 9}},
-                              {{0, 1, 2}, {0, 1, 3}, {1, 2, 3}, {0, 3, 2}}));
-    EXPECT_EQ(run_all(obj.get()), (Ids{12, 12, 5, 0}));
-    EXPECT_EQ(sink.lines(), golden_notes("integrity_without_links.txt"));
 }
 
 TEST_F(IntegrityTest, StaleAndHostileLinksAreReportedWithoutReadingPastTheArrays)
@@ -61,7 +63,7 @@ TEST_F(IntegrityTest, StaleAndHostileLinksAreReportedWithoutReadingPastTheArrays
     sink.clear();
     EXPECT_EQ(Movie_Test_Links(stale.get()), 12);
     EXPECT_EQ(Movie_Test_Links(hostile.get()), 6);
-    EXPECT_EQ(sink.lines(), golden_notes("integrity_stale_and_hostile_links.txt"));
+    EXPECT_EQ(sink.lines(), golden_lines("core/integrity_stale_and_hostile_links.txt", MSG_NOTE));
     sink.clear();
     for (Movie_Objs* o : {stale.get(), hostile.get()}) {
         EXPECT_GE(Movie_Test_Edges(o), 0); // walks the same lists; must stay inside the arrays
@@ -77,6 +79,5 @@ TEST_F(IntegrityTest, CollinearAndNearlyCollinearCornersAreCrunched)
     EXPECT_EQ(Movie_Test_Polygons(obj.get()), 0); // reads Pos as it stands: all zero
     Movie_Compute_Pos(obj.get());
     EXPECT_EQ(Movie_Test_Polygons(obj.get()), 2);
-    EXPECT_EQ(sink.lines(), notes({L"poly 0 is crunched", L"poly 1 is crunched"}));
+    EXPECT_EQ(sink.lines(), lines_with_flag(MSG_NOTE, {L"poly 0 is crunched", L"poly 1 is crunched"}));
 }
-

@@ -2,8 +2,10 @@
 
 #include <cstdio>
 #include <ostream>
+#include <sstream>
 
 #include "core/alloc.h"
+#include "support/objects.h"
 
 namespace pfx_test {
 
@@ -57,6 +59,47 @@ std::vector<std::wstring> CaptureSink::texts(unsigned int flag) const
     for (const Line& l : lines_)
         if (l.flag == flag) out.push_back(l.text);
     return out;
+}
+
+Lines lines_with_flag(unsigned int flag, std::initializer_list<std::wstring> texts)
+{
+    Lines r;
+    for (const std::wstring& t : texts) r.push_back({flag, t});
+    return r;
+}
+
+Lines golden_lines(const std::string& rel, unsigned int flag)
+{
+    Lines r;
+    std::wistringstream in(wide(read_file(test_path("golden/" + rel))));
+    for (std::wstring t; std::getline(in, t);) r.push_back({flag, t});
+    return r;
+}
+
+Line trace_in(const std::wstring& name) { return {MSG_TRACE, L">>> in  Polyfex: " + name + L"()"}; }
+
+Lines traced(const std::wstring& name, std::initializer_list<const wchar_t*> reasons)
+{
+    Lines r;
+    for (const wchar_t* why : reasons)
+        r.insert(r.end(), {trace_in(name), {MSG_TRACE, L"<<< out Polyfex: " + name + L"(" + why + L")"}});
+    return r;
+}
+
+Line memory_error(const std::wstring& module, const std::wstring& rest)
+{
+    return {MSG_MEMORY, L"line # of " + module + L" \nmemory error in " + rest};
+}
+
+Lines mask_line_numbers(Lines lines)
+{
+    for (Line& l : lines) {
+        const size_t of = l.text.find(L" of ");
+        if (l.flag == MSG_MEMORY && l.text.rfind(L"line ", 0) == 0 && of != std::wstring::npos &&
+            l.text.find_first_not_of(L"0123456789", 5) > 5)
+            l.text.replace(0, of, L"line #");
+    }
+    return lines;
 }
 
 void PfxTest::TearDown() { pfx::alloc_fail_at(0); }

@@ -5,6 +5,7 @@
 // a changed line, flag or order fails them.
 #pragma once
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,28 @@ protected:
     void TearDown() override;
     CaptureSink sink;
 };
+
+// Transcript building blocks shared by the test files.
+using Lines = std::vector<Line>;
+
+template <class T>
+std::vector<T> operator+(std::vector<T> a, const std::vector<T>& b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+Lines lines_with_flag(unsigned int flag, std::initializer_list<std::wstring> texts);
+// Each line of tests/golden/<rel> sent with flag.
+Lines golden_lines(const std::string& rel, unsigned int flag);
+// The entry line of an exported function; traced() gives one whole call per
+// reason: the entry line, then the exit line with that reason.
+Line trace_in(const std::wstring& name);
+Lines traced(const std::wstring& name, std::initializer_list<const wchar_t*> reasons);
+// Memory-error lines carry the library's source line number, which moves
+// with every edit: tests compare them as "line # of <module> ...".
+Line memory_error(const std::wstring& module, const std::wstring& rest);
+Lines mask_line_numbers(Lines lines);
 
 // Runs op(n) with the n-th hooked allocation failing, for n = 1, 2, ... until
 // a run makes fewer than n allocations (it then ran without a failure), and
