@@ -1,8 +1,6 @@
 // Copying triangle objects into flat per-corner arrays.
 #include <cstdlib>
-#include <cstring>
 #include <cwchar>
-#include <vector>
 
 #include "gl_host.h"
 

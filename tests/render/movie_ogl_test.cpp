@@ -1,10 +1,7 @@
 // Drawing from buffer objects in a real headless context: which buffers are
 // built, what they hold, what a reset deletes, the fall-back to immediate
 // mode, and the GL state a draw leaves behind.
-#include <cstdint>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "gl_host.h"
 
@@ -26,9 +23,16 @@ std::string buffers(const Movie_Objs& o)
     return out;
 }
 
+// An object and what drawing it shows.
+template <class T>
+struct Case {
+    ObjectPtr obj;
+    std::vector<T> want;
+};
+
 using MovieOpenGLDraw = GlTest;
 
-TEST_F(MovieOpenGLDraw, EachModeBuildsItsBuffersOnceFromTheFills)
+TEST_F(MovieOpenGLDraw, EachModeBuildsItsBuffersOnceAndAResetMarksGroupsThatTheNextRealDrawDeletes)
 {
     ObjectPtr obj = tri_and_quad(GEOM_POLY | COLORED | DISPLACED);
     for (int i = 0; i < 7; ++i) obj->Node_Pt[i].Displ = Vector_4{1, 2, 3, 0};
@@ -38,30 +42,19 @@ TEST_F(MovieOpenGLDraw, EachModeBuildsItsBuffersOnceFromTheFills)
     EXPECT_EQ(Movie_OpenGL_Draw(obj.get(), -3, 0, 1000), 1) << "every mode but 2 is smooth";
     EXPECT_EQ(buffers(*obj), "1 0 2 0 3 ");
     EXPECT_EQ(Movie_OpenGL_Draw(obj.get(), 2, 0, 1000), 1);
-    EXPECT_EQ(buffers(*obj), "1 4 2 5 3 ");
-    EXPECT_EQ(obj->VBO_Nb, 9);
-    EXPECT_EQ(obj->Flags & NO_VBO, 0u);
+    EXPECT_EQ(buffers(*obj) + std::to_string(obj->VBO_Nb), "1 4 2 5 3 9");
     EXPECT_EQ(buffer_contents<float>(1), filled(*obj, pfx::render::fill_vertex));
     EXPECT_EQ(buffer_contents<float>(4), filled(*obj, pfx::render::fill_normal_flat));
     EXPECT_EQ(buffer_contents<float>(2), filled(*obj, pfx::render::fill_normal_smooth));
     EXPECT_EQ(buffer_contents<uint32_t>(5), filled(*obj, pfx::render::fill_color_flat));
     EXPECT_EQ(buffer_contents<uint32_t>(3), filled(*obj, pfx::render::fill_color_smooth));
-    EXPECT_EQ(buffer_contents<float>(1)[0], 11.0f) << "displaced position";
-    EXPECT_TRUE(sink.lines().empty());
-}
 
-TEST_F(MovieOpenGLDraw, ResetMarksGroupsThatTheNextRealDrawDeletes)
-{
-    ObjectPtr obj = tri_and_quad(GEOM_POLY | COLORED);
-    Movie_OpenGL_Draw(obj.get(), 1, 0, 1000);
-    Movie_OpenGL_Draw(obj.get(), 2, 0, 1000);
     EXPECT_EQ(Movie_OpenGL_Reset(obj.get(), 2), 1);
     EXPECT_EQ(Movie_OpenGL_Reset(obj.get(), 0x40), 1);
     EXPECT_EQ(Movie_OpenGL_Reset(nullptr, 1), 0);
     EXPECT_EQ(obj->VBO_Reset, 0x42) << "bits accumulate, unknown ones too";
     obj->Node_Pt[0].Coord.x = 5;
     obj->Pos_Done = 0;
-
     EXPECT_EQ(Movie_OpenGL_Draw(obj.get(), 0, 0, 1000), 1) << "mode 0 does nothing";
     EXPECT_EQ(buffers(*obj), "1 4 2 5 3 ");
     EXPECT_EQ(obj->VBO_Reset, 0x42);
@@ -77,44 +70,38 @@ TEST_F(MovieOpenGLDraw, ResetMarksGroupsThatTheNextRealDrawDeletes)
     // buffer only after a reset of their group.
     Movie_OpenGL_Draw(obj.get(), 1, 0, 1000);
     EXPECT_EQ(buffers(*obj), "1 4x 6 5 3 ");
-    EXPECT_EQ(obj->Node_Pt[0].Pos.x, 5.0f);
-    EXPECT_EQ(buffer_contents<float>(1)[0], 10.0f);
+    EXPECT_EQ(obj->Node_Pt[0].Pos.x, 6.0f);
+    EXPECT_EQ(buffer_contents<float>(1)[0], 11.0f) << "node 0 as first displaced";
     Movie_OpenGL_Reset(obj.get(), 7);
     Movie_OpenGL_Draw(obj.get(), 1, 0, 1000);
     EXPECT_EQ(buffers(*obj), "7 4x 8 5x 9 ");
-    EXPECT_EQ(buffer_contents<float>(obj->VBO_Vertex)[0], 5.0f);
-    EXPECT_EQ(obj->VBO_Reset, 0);
+    EXPECT_EQ(buffer_contents<float>(7)[0], 6.0f);
+    EXPECT_EQ(obj->Flags, GEOM_POLY | COLORED | DISPLACED);
+    EXPECT_TRUE(sink.lines().empty());
 }
 
 TEST_F(MovieOpenGLDraw, ObjectsThatCannotUseBuffersAreDrawnPolygonByPolygonForGood)
 {
-    struct Row {
-        ObjectPtr obj;
-        short mode;
-        std::vector<GLenum> drawn;
-    };
-    Row rows[] = {
-        // A polygon of another corner count sends the object to immediate
-        // mode for good, before any buffer exists.
+    Case<GLenum> rows[] = {
+        // A polygon of another corner count or no polygon at all sends the
+        // object to immediate mode for good, before any buffer exists.
         {ObjectPtr(make_object({{1, 1, 0}, {9, 1, 0}, {1, 9, 0}}, {{0, 1, 2}, {0, 1}}, GEOM_POLY)),
-         1, {GL_POLYGON_TOKEN, GL_LINE_TOKEN}},
-        {ObjectPtr(make_object({{1, 1, 0}}, {}, GEOM_POLY | COLORED)), 2, {}},
+         {GL_POLYGON_TOKEN, GL_LINE_TOKEN}},
+        {ObjectPtr(make_object({{1, 1, 0}}, {}, GEOM_POLY | COLORED)), {}},
         // Without the polygon bit buffers are never asked about.
-        {tri_and_quad(GEOM_LINE | COLORED), 1, {GL_POLYGON_TOKEN, GL_POLYGON_TOKEN, GL_POLYGON_TOKEN}},
+        {tri_and_quad(GEOM_LINE | COLORED), {GL_POLYGON_TOKEN, GL_POLYGON_TOKEN, GL_POLYGON_TOKEN}},
     };
-    for (Row& row : rows) {
-        SCOPED_TRACE(row.obj->Flags);
-        const unsigned flags = row.obj->Flags | (row.obj->Flags & GEOM_POLY ? NO_VBO : 0);
+    for (auto& [obj, want] : rows) {
+        SCOPED_TRACE(obj->Flags);
+        const unsigned flags = obj->Flags | (obj->Flags & GEOM_POLY ? NO_VBO : 0);
         for (int draw = 0; draw < 2; ++draw) { // a reset in between clears no flag
             std::vector<GLenum> drawn;
-            for (const FbPrim& p : feedback([&] {
-                     EXPECT_EQ(Movie_OpenGL_Draw(row.obj.get(), row.mode, 0, 1000), 1);
-                 }))
+            for (const FbPrim& p : feedback([&] { EXPECT_EQ(Movie_OpenGL_Draw(obj.get(), 2, 0, 1000), 1); }))
                 drawn.push_back(p.token);
-            EXPECT_EQ(drawn, row.drawn);
-            EXPECT_EQ(row.obj->Flags, flags);
-            EXPECT_EQ(buffers(*row.obj) + std::to_string(row.obj->VBO_Nb), "0 0 0 0 0 0");
-            Movie_OpenGL_Reset(row.obj.get(), 7);
+            EXPECT_EQ(drawn, want);
+            EXPECT_EQ(obj->Flags, flags);
+            EXPECT_EQ(buffers(*obj) + std::to_string(obj->VBO_Nb), "0 0 0 0 0 0");
+            Movie_OpenGL_Reset(obj.get(), 7);
         }
     }
     EXPECT_TRUE(sink.lines().empty());
@@ -142,8 +129,6 @@ TEST_F(MovieOpenGLDraw, EachFailedScratchArrayIsReportedAndTheDrawFallsBack)
                 << "everything is drawn, polygon by polygon if need be";
             transcripts.push_back(pfx_test::mask_line_numbers(sink.lines()));
             built.push_back(buffers(*obj) + (obj->Flags & NO_VBO ? "NO_VBO" : ""));
-            Movie_OpenGL_Reset(obj.get(), 7);
-            Movie_OpenGL_Draw(obj.get(), mode, 1, 0);
         });
         // Two polygons: room for 2 x 18 floats or 2 x 6 colours.
         EXPECT_EQ(transcripts, (std::vector<Lines>{memory_line(L"vertex_pt, dim=36"), memory_line(L"normal_pt, dim=36"),
@@ -158,11 +143,7 @@ TEST_F(MovieOpenGLDraw, ColourTrackingPointStateAndArraysAreLeftAsAHostExpects)
     // the draw, {result, colour tracking, point smoothing, vertex / normal /
     // colour arrays, colour tracking's face and parameter, bound buffer,
     // point size}. An object without nodes is refused before any GL call.
-    struct Row {
-        ObjectPtr obj;
-        std::vector<GLint> want;
-    };
-    Row rows[] = {
+    Case<GLint> rows[] = {
         {tri_and_quad(GEOM_POLY | COLORED), {1, 0, 1, 0, 0, 0, GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE, 0, 4}},
         {tri_and_quad(GEOM_POLY), {1, 1, 1, 0, 0, 0, GL_FRONT, GL_EMISSION, 0, 4}},
         {ObjectPtr(make_object({{5, 5, 0}, {9, 5, 0}}, {{0}, {1}}, GEOM_POINT)),
@@ -171,22 +152,22 @@ TEST_F(MovieOpenGLDraw, ColourTrackingPointStateAndArraysAreLeftAsAHostExpects)
          {0, 1, 1, 0, 0, 1, GL_FRONT, GL_EMISSION, 0, 4}},
     };
     EXPECT_EQ(Movie_OpenGL_Draw(nullptr, 1, 0, 1000), 0);
-    for (Row& row : rows) {
-        SCOPED_TRACE(row.obj->Flags);
+    for (auto& [obj, want] : rows) {
+        SCOPED_TRACE(obj->Flags);
         glColorMaterial(GL_FRONT, GL_EMISSION);
         glEnable(GL_COLOR_MATERIAL);
         glEnable(GL_POINT_SMOOTH);
         glPointSize(4.0f);
         glEnableClientState(GL_COLOR_ARRAY);
         std::vector<GLint> got(1);
-        feedback([&] { got[0] = Movie_OpenGL_Draw(row.obj.get(), 1, 0, 1000); });
+        feedback([&] { got[0] = Movie_OpenGL_Draw(obj.get(), 1, 0, 1000); });
         for (GLenum cap : {GL_COLOR_MATERIAL, GL_POINT_SMOOTH, GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY})
             got.push_back(glIsEnabled(cap));
         // The size is read rounded: the 1.5 of the draw would show as 2.
         for (GLenum query : {GL_COLOR_MATERIAL_FACE, GL_COLOR_MATERIAL_PARAMETER, GL_ARRAY_BUFFER_BINDING, GL_POINT_SIZE})
             glGetIntegerv(query, &got.emplace_back());
-        EXPECT_EQ(got, row.want);
-        EXPECT_EQ(row.obj->Flags & NO_VBO, 0u);
+        EXPECT_EQ(got, want);
+        EXPECT_EQ(obj->Flags & NO_VBO, 0u);
     }
     EXPECT_TRUE(sink.lines().empty());
 }

@@ -178,12 +178,12 @@ inline Movie_Objs* make_sample_object()
     return obj;
 }
 
-// Draws one variant into the current context with the host's part of the
-// frame (projection, a turned view, one directional light, depth testing;
-// colour tracking is the library's business) and reads it back.
+// Draws one variant into the current context, which is kSceneSize square,
+// with the host's part of the frame (projection, a turned view, one
+// directional light, depth testing; colour tracking is the library's
+// business) and reads it back.
 inline Image render_variant(const SceneVariant& v)
 {
-    glViewport(0, 0, kSceneSize, kSceneSize);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
     glOrtho(-1.25, 1.25, -1.25, 1.25, -5, 5);
@@ -201,7 +201,6 @@ inline Image render_variant(const SceneVariant& v)
     Movie_OpenGL_Draw(obj, v.mode, 0, 1000);
 
     Image img{kSceneSize, kSceneSize, std::vector<uint8_t>(size_t(kSceneSize) * kSceneSize * 4)};
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, kSceneSize, kSceneSize, GL_RGBA, GL_UNSIGNED_BYTE, img.rgba.data());
 
     // The buffers live in the context: a host deletes them through a reset

@@ -1,8 +1,4 @@
 // The per-corner arrays behind the GPU buffers, without a GL context.
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <vector>
 
 #include "gl_host.h"
 
@@ -29,22 +25,16 @@ TEST_F(VboBuild, FillsWriteEachTriangleCornerWithQuadsCutOnTheirFirstDiagonal)
     obj->Poly_Pt[2].Normal = Vector_4{1, 0, 0, 1};
     obj->Poly_Pt[2].Color = rgba(9, 8, 7, 6); // a polygon's own colour is used whole
 
-    Floats pos, normals, flat_normals;
-    Colours colours;
-    const int corner_nodes[12] = {0, 1, 2, 3, 4, 5, 5, 6, 3, 6, 5, 0};
-    for (int k = 0; k < 12; ++k) {
-        const int i = corner_nodes[k];
-        const Floats p = i == 1 ? Floats{7, 8, 9} : Floats{float(i), 10.0f * i, 100.0f * i};
-        const Floats f = k < 3 ? Floats{0, 0, 1} : k < 9 ? Floats{0.6f, 0.8f, 0} : Floats{1, 0, 0};
-        pos.insert(pos.end(), p.begin(), p.end());
-        flat_normals.insert(flat_normals.end(), f.begin(), f.end());
-        normals.insert(normals.end(), {float(i), 0, 1});
-        colours.push_back(node_colour[i]);
-    }
-    EXPECT_EQ(filled(*obj, fill_vertex), pos);
-    EXPECT_EQ(filled(*obj, fill_normal_smooth), normals);
-    EXPECT_EQ(filled(*obj, fill_normal_flat), flat_normals);
-    EXPECT_EQ(filled(*obj, fill_color_smooth), colours);
+    // Corners: nodes 0 1 2, 3 4 5, 5 6 3, 6 5 0.
+    EXPECT_EQ(filled(*obj, fill_vertex), (Floats{0, 0, 0, 7, 8, 9, 2, 20, 200, 3, 30, 300, 4, 40, 400, 5, 50, 500, 5,
+                                                 50, 500, 6, 60, 600, 3, 30, 300, 6, 60, 600, 5, 50, 500, 0, 0, 0}));
+    EXPECT_EQ(filled(*obj, fill_normal_smooth), (Floats{0, 0, 1, 1, 0, 1, 2, 0, 1, 3, 0, 1, 4, 0, 1, 5, 0, 1,
+                                                        5, 0, 1, 6, 0, 1, 3, 0, 1, 6, 0, 1, 5, 0, 1, 0, 0, 1}));
+    EXPECT_EQ(filled(*obj, fill_normal_flat), (Floats{0, 0, 1, 0, 0, 1, 0, 0, 1, 0.6f, 0.8f, 0, 0.6f, 0.8f, 0,
+                                                      0.6f, 0.8f, 0, 0.6f, 0.8f, 0, 0.6f, 0.8f, 0, 0.6f, 0.8f, 0,
+                                                      1, 0, 0, 1, 0, 0, 1, 0, 0}));
+    const uint32_t* c = node_colour;
+    EXPECT_EQ(filled(*obj, fill_color_smooth), (Colours{c[0], c[1], c[2], c[3], c[4], c[5], c[5], c[6], c[3], c[6], c[5], c[0]}));
     // Means of the corner bytes (255 / 4 and 509 / 4 truncated) with the
     // last corner's alpha.
     const uint32_t tri = rgba(85, 85, 85, 30), quad = rgba(127, 127, 127, 4), own = rgba(9, 8, 7, 6);
