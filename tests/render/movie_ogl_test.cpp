@@ -14,7 +14,8 @@ using pfx_test::ObjectPtr;
 
 // The five buffer fields in field order (positions, flat and smooth
 // normals, flat and smooth colours): each name, marked "x" when it no
-// longer names a buffer.
+// longer names a buffer. A fresh context hands out names 1, 2, 3, ... and
+// none of them twice.
 std::string buffers(const Movie_Objs& o)
 {
     std::string out;
@@ -164,7 +165,8 @@ TEST_F(MovieOpenGLDraw, ColourTrackingPointStateAndArraysAreLeftAsAHostExpects)
         for (GLenum cap : {GL_COLOR_MATERIAL, GL_POINT_SMOOTH, GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_COLOR_ARRAY})
             got.push_back(glIsEnabled(cap));
         // The size is read rounded: the 1.5 of the draw would show as 2.
-        for (GLenum query : {GL_COLOR_MATERIAL_FACE, GL_COLOR_MATERIAL_PARAMETER, GL_ARRAY_BUFFER_BINDING, GL_POINT_SIZE})
+        for (GLenum query :
+             {GL_COLOR_MATERIAL_FACE, GL_COLOR_MATERIAL_PARAMETER, GL_ARRAY_BUFFER_BINDING, GL_POINT_SIZE})
             glGetIntegerv(query, &got.emplace_back());
         EXPECT_EQ(got, want);
         EXPECT_EQ(obj->Flags & NO_VBO, 0u);

@@ -160,7 +160,8 @@ inline Movie_Objs* make_sample_object()
     std::vector<std::vector<int>> polys;
     for (int k = 0; k < kSlices; ++k) polys.push_back({0, ring(1, k), ring(1, k + 1)});
     for (int s = 1; s + 1 < kStacks; ++s)
-        for (int k = 0; k < kSlices; ++k) polys.push_back({ring(s, k), ring(s + 1, k), ring(s + 1, k + 1), ring(s, k + 1)});
+        for (int k = 0; k < kSlices; ++k)
+            polys.push_back({ring(s, k), ring(s + 1, k), ring(s + 1, k + 1), ring(s, k + 1)});
     for (int k = 0; k < kSlices; ++k) polys.push_back({kNodes - 1, ring(kStacks - 1, k + 1), ring(kStacks - 1, k)});
     obj->Poly_Nb = int(polys.size());
     obj->Poly_Pt = static_cast<Movie_Poly*>(std::calloc(polys.size(), sizeof(Movie_Poly)));

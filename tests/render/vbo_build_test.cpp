@@ -34,7 +34,8 @@ TEST_F(VboBuild, FillsWriteEachTriangleCornerWithQuadsCutOnTheirFirstDiagonal)
                                                       0.6f, 0.8f, 0, 0.6f, 0.8f, 0, 0.6f, 0.8f, 0, 0.6f, 0.8f, 0,
                                                       1, 0, 0, 1, 0, 0, 1, 0, 0}));
     const uint32_t* c = node_colour;
-    EXPECT_EQ(filled(*obj, fill_color_smooth), (Colours{c[0], c[1], c[2], c[3], c[4], c[5], c[5], c[6], c[3], c[6], c[5], c[0]}));
+    EXPECT_EQ(filled(*obj, fill_color_smooth),
+              (Colours{c[0], c[1], c[2], c[3], c[4], c[5], c[5], c[6], c[3], c[6], c[5], c[0]}));
     // Means of the corner bytes (255 / 4 and 509 / 4 truncated) with the
     // last corner's alpha.
     const uint32_t tri = rgba(85, 85, 85, 30), quad = rgba(127, 127, 127, 4), own = rgba(9, 8, 7, 6);
