@@ -28,7 +28,7 @@ TEST_F(OrientationTest, FlipReversesCornersWithTheirIndicesAndNothingElse)
     EXPECT_EQ(Ids(tri.Text_Id, tri.Text_Id + 4), (Ids{1, 2, 3, 4}));
 }
 
-TEST_F(OrientationTest, SingleRecomputesReadPosAsItStandsAndSayNothing)
+TEST_F(OrientationTest, SingleRecomputesReadPosAsItStandsSilently)
 {
     ObjectPtr obj(make_object({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {9, 9, 9}}, {{0, 1, 2}, {0, 2, 3}}));
     Movie_Normal_Poly(obj.get(), 0); // Pos is all zero: degenerate as seen
