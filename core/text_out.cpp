@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/alloc.h"
+#include "core/float_fixed.h"
 #include "polyfex.h"
 
 namespace pfx {
@@ -98,6 +99,15 @@ OutBuf& OutBuf::fixed(double v, int width, int precision)
     char tmp[400];
     size_t n = format_fixed(tmp, sizeof tmp, v, precision);
     return padded(tmp, n, width);
+}
+
+LineBuf& LineBuf::fixed(float v, int width, int precision)
+{
+    if (!room(width)) return *this;
+    char* at = buf_ + len_ + kLead;
+    size_t n = format_float_fixed(at, v, precision);
+    if (n == 0) n = format_fixed(at, kDigits, static_cast<double>(v), precision);
+    return place(n, width);
 }
 
 OutBuf& OutBuf::integer(long long v, int width)

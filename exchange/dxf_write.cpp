@@ -18,7 +18,7 @@ namespace {
 constexpr char kModule[] = "dxf_write";
 
 using pfx::OutBuf;
-using pfx::Record;
+using pfx::LineBuf;
 
 struct Extents {
     float min[3];
@@ -56,11 +56,11 @@ void write_header(OutBuf& out, const Extents& e)
             "  9\n$UCSORG\n 10\n0.0\n 20\n0.0\n 30\n0.0\n"
             "  9\n$UCSXDIR\n 10\n1.0\n 20\n0.0\n 30\n0.0\n"
             "  9\n$UCSYDIR\n 10\n0.0\n 20\n1.0\n 30\n0.0\n");
-    Record r;
-    r.text("  9\n$EXTMIN\n 10\n").fixed(e.min[0], 6).text("\n 20\n").fixed(e.min[1], 6);
-    r.text("\n 30\n").fixed(e.min[2], 6).text("\n");
-    r.text("  9\n$EXTMAX\n 10\n").fixed(e.max[0], 6).text("\n 20\n").fixed(e.max[1], 6);
-    r.text("\n 30\n").fixed(e.max[2], 6).text("\n");
+    LineBuf r;
+    r.text("  9\n$EXTMIN\n 10\n").fixed(e.min[0], 0, 6).text("\n 20\n").fixed(e.min[1], 0, 6);
+    r.text("\n 30\n").fixed(e.min[2], 0, 6).text("\n");
+    r.text("  9\n$EXTMAX\n 10\n").fixed(e.max[0], 0, 6).text("\n 20\n").fixed(e.max[1], 0, 6);
+    r.text("\n 30\n").fixed(e.max[2], 0, 6).text("\n");
     r.text("  0\nENDSEC\n");
     r.put_to(out);
 }
@@ -84,16 +84,16 @@ void write_tables(OutBuf& out)
 }
 
 // " 10", " 20", " 30" (or " 11", " 21", " 31") with a node's position.
-void put_point(Record& r, const Vector_4& p, bool end)
+void put_point(LineBuf& r, const Vector_4& p, bool end)
 {
-    r.text(end ? " 11\n" : " 10\n").fixed(p.x, 6);
-    r.text(end ? "\n 21\n" : "\n 20\n").fixed(p.y, 6);
-    r.text(end ? "\n 31\n" : "\n 30\n").fixed(p.z, 6).text("\n");
+    r.text(end ? " 11\n" : " 10\n").fixed(p.x, 0, 6);
+    r.text(end ? "\n 21\n" : "\n 20\n").fixed(p.y, 0, 6);
+    r.text(end ? "\n 31\n" : "\n 30\n").fixed(p.z, 0, 6).text("\n");
 }
 
 void write_points(OutBuf& out, const Movie_Objs& obj)
 {
-    Record r;
+    LineBuf r;
     for (int i = 0; i < obj.Poly_Nb; ++i) {
         r.text("  0\nPOINT\n  8\n0\n");
         put_point(r, obj.Node_Pt[obj.Poly_Pt[i].Node_Id[0]].Pos, false);
@@ -108,7 +108,7 @@ void write_lines(OutBuf& out, const Movie_Objs& obj)
 {
     const Movie_Poly* poly = obj.Poly_Pt;
     const Movie_Node* node = obj.Node_Pt;
-    Record r;
+    LineBuf r;
     int i = 0;
     while (i < obj.Poly_Nb) {
         const int j = pfx::find_run_end(poly, obj.Poly_Nb, i);
@@ -134,7 +134,7 @@ void write_lines(OutBuf& out, const Movie_Objs& obj)
     }
 }
 
-void put_face(Record& r, int a, int b, int c)
+void put_face(LineBuf& r, int a, int b, int c)
 {
     r.text("  0\nVERTEX\n  8\n0\n 10\n0\n 20\n0\n 30\n0\n 70\n128\n 71\n").integer(a + 1);
     r.text("\n 72\n").integer(b + 1).text("\n 73\n").integer(c + 1).text("\n");
@@ -144,7 +144,7 @@ void write_polyface(OutBuf& out, const Movie_Objs& obj, Pfx_Progress progress)
 {
     int faces = 0;
     for (int i = 0; i < obj.Poly_Nb; ++i) faces += obj.Poly_Pt[i].Node_Id_Nb == 4 ? 2 : 1;
-    Record r;
+    LineBuf r;
     r.text("  0\nPOLYLINE\n  8\n0\n 66\n1\n 70\n64\n 71\n").integer(obj.Node_Nb);
     r.text("\n 72\n").integer(faces).text("\n");
     r.put_to(out);

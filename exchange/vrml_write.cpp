@@ -16,7 +16,7 @@ namespace {
 constexpr char kModule[] = "vrml_write";
 
 using pfx::OutBuf;
-using pfx::Record;
+using pfx::LineBuf;
 
 constexpr unsigned int kKinds = GEOM_POINT | GEOM_LINE | GEOM_POLY;
 
@@ -42,16 +42,16 @@ void write_material(OutBuf& out, short number, int color)
     const unsigned int c = static_cast<unsigned int>(color);
     const float rgb[3] = {static_cast<float>(c & 0xff), static_cast<float>((c >> 8) & 0xff),
                           static_cast<float>((c >> 16) & 0xff)};
-    Record r;
+    LineBuf r;
     r.text("\t\tmaterial DEF Material_").integer(number).text(" Material {\n");
     r.text("\t\t    diffuseColor ");
     for (int a = 0; a < 3; ++a) {
-        r.fixed(rgb[a] / 255.0f * 0.8f, 3);
+        r.fixed(rgb[a] / 255.0f * 0.8f, 0, 3);
         r.text(a < 2 ? " " : "\n");
     }
     r.text("\t\t    emissiveColor ");
     for (int a = 0; a < 3; ++a) {
-        r.fixed(rgb[a] / 255.0f * 0.2f, 3);
+        r.fixed(rgb[a] / 255.0f * 0.2f, 0, 3);
         r.text(a < 2 ? " " : "\n");
     }
     r.text("\t\t}\n");
@@ -62,7 +62,7 @@ void write_material(OutBuf& out, short number, int color)
 // -1 after it.
 void write_face_index(OutBuf& out, const Movie_Objs& obj, Pfx_Progress progress)
 {
-    Record r;
+    LineBuf r;
     for (int i = 0; i < obj.Poly_Nb; ++i) {
         if (progress && i % 1024 == 0) progress(1024);
         const Movie_Poly& p = obj.Poly_Pt[i];
@@ -87,7 +87,7 @@ void write_line_index(OutBuf& out, const Movie_Objs& obj, Pfx_Progress progress)
 {
     const Movie_Poly* poly = obj.Poly_Pt;
     const int nb = obj.Poly_Nb;
-    Record r;
+    LineBuf r;
     int i = 0;
     while (i < nb) {
         if (progress && i % 256 == 0) progress(256);
@@ -118,11 +118,11 @@ void write_line_index(OutBuf& out, const Movie_Objs& obj, Pfx_Progress progress)
 void write_coordinates(OutBuf& out, const Movie_Objs& obj)
 {
     out.put("\t\tcoord Coordinate {\n\t\t    point [\t");
-    Record r;
+    LineBuf r;
     for (int i = 0; i < obj.Node_Nb; ++i) {
         const Vector_4& p = obj.Node_Pt[i].Pos;
         if (i) r.text("\t\t\t\t");
-        r.fixed(p.x, 3).text(" ").fixed(p.y, 3).text(" ").fixed(p.z, 3);
+        r.fixed(p.x, 0, 3).text(" ").fixed(p.y, 0, 3).text(" ").fixed(p.z, 0, 3);
         if (i + 1 < obj.Node_Nb) r.text(",\n");
         r.put_to(out);
     }

@@ -4,64 +4,23 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <optional>
 
 #include "polyfex.h"
 
 #include "core/diag.h"
 #include "core/platform.h"
 #include "core/text_out.h"
-#include "native_io/mov_format.h"
 
 namespace {
 
 // A small buffer to fall back on when the large one can't be had: slower,
 // but the file is still written whole.
-constexpr std::size_t kFallbackBuffer = 4096;
 
 // Corners a polygon record can hold; a larger count would read past them.
 int corners(const Movie_Poly& poly)
 {
     return poly.Node_Id_Nb < 0 ? 0 : poly.Node_Id_Nb > 4 ? 4 : poly.Node_Id_Nb;
 }
-
-// One line is put together in a small array and handed over whole: the
-// digits come from the shared formatters, the padding is written here.
-class Line {
-public:
-    void fixed(float v, int width, int precision)
-    {
-        char digits[400];
-        std::size_t n = pfx::mov::format_float_fixed(digits, v, precision);
-        if (n == 0) n = pfx::format_fixed(digits, sizeof digits, v, precision);
-        pad(digits, n, width);
-    }
-    void integer(long long v, int width)
-    {
-        char digits[32];
-        pad(digits, pfx::format_int(digits, sizeof digits, v), width);
-    }
-    void put(char c) { text_[len_++] = c; }
-    void flush_to(pfx::OutBuf& out)
-    {
-        out.put(text_, len_);
-        len_ = 0;
-    }
-
-private:
-    // Right-aligned in width, as "%*d" and "%*.*f" align. A line holds at
-    // most three coordinates of a float (47 characters each at most) or four
-    // integers, far below the array; the guard only keeps it that way.
-    void pad(const char* digits, std::size_t n, int width)
-    {
-        if (len_ + n + static_cast<std::size_t>(width) + 2 > sizeof text_) return;
-        for (std::size_t i = n; i < static_cast<std::size_t>(width); ++i) text_[len_++] = ' ';
-        std::memcpy(text_ + len_, digits, n);
-        len_ += n;
-    }
-    char text_[1600];
-    std::size_t len_ = 0;
-};
 
 struct Totals {
     long long nb_obj = 0, nodes = 0, polys = 0, connect = 0;
@@ -102,7 +61,7 @@ void write_nodes(pfx::OutBuf& out, Movie_Objs* const* objs)
         // The caller's object gets its positions computed, as any reader of
         // Pos would compute them.
         if (!obj->Pos_Done) Movie_Compute_Pos(obj);
-        Line line;
+        pfx::LineBuf line;
         for (int i = 0; i < obj->Node_Nb; ++i) {
             const Vector_4& p = obj->Node_Pt[i].Pos;
             line.fixed(p.x, 12, 5);
@@ -112,7 +71,7 @@ void write_nodes(pfx::OutBuf& out, Movie_Objs* const* objs)
             line.fixed(p.z, 12, 5);
             line.put(' ');
             line.put('\n');
-            line.flush_to(out);
+            line.put_to(out);
         }
     }
 }
@@ -120,7 +79,7 @@ void write_nodes(pfx::OutBuf& out, Movie_Objs* const* objs)
 void write_connect(pfx::OutBuf& out, Movie_Objs* const* objs, Pfx_Progress progress)
 {
     long long offset = 0;
-    Line line;
+    pfx::LineBuf line;
     for (; *objs; ++objs) {
         const Movie_Objs* obj = *objs;
         for (int i = 0; i < obj->Poly_Nb; ++i) {
@@ -133,7 +92,7 @@ void write_connect(pfx::OutBuf& out, Movie_Objs* const* objs, Pfx_Progress progr
                 line.put(' ');
             }
             line.put('\n');
-            line.flush_to(out);
+            line.put_to(out);
         }
         offset += obj->Node_Nb;
     }
@@ -143,17 +102,13 @@ void write_connect(pfx::OutBuf& out, Movie_Objs* const* objs, Pfx_Progress progr
 // polygons. Always 1 once the file is open.
 int write_movie(Movie_Objs* const* objs, FILE* file, bool merge, Pfx_Progress progress)
 {
-    std::optional<pfx::OutBuf> out;
-    out.emplace(file);
-    if (!out->ok()) {
-        out.reset();
-        out.emplace(file, kFallbackBuffer);
-    }
-    Totals t = count_list(objs);
-    write_head(*out, objs, t, merge);
-    write_nodes(*out, objs);
-    write_connect(*out, objs, progress);
-    out.reset(); // flushes
+    {
+        pfx::WriterBuffer buffer(file);
+        Totals t = count_list(objs);
+        write_head(buffer.out(), objs, t, merge);
+        write_nodes(buffer.out(), objs);
+        write_connect(buffer.out(), objs, progress);
+    } // flushes
     return 1;
 }
 

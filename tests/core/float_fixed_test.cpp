@@ -1,4 +1,4 @@
-// The writer's fixed-point float formatter against printf.
+// The writers' fixed-point float formatter against printf.
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include "native_io/mov_format.h"
+#include "core/float_fixed.h"
 
-using pfx::mov::format_float_fixed;
+using pfx::format_float_fixed;
 
 namespace {
 
@@ -29,7 +29,7 @@ float from_bits(uint32_t bits)
     return v;
 }
 
-TEST(MovFormat, MatchesPrintfOnRandomFloatsTiesAndEdges)
+TEST(FloatFixed, MatchesPrintfOnRandomFloatsTiesAndEdges)
 {
     std::mt19937 rng(42);
     for (int i = 0; i < 400000; ++i) {
@@ -43,7 +43,7 @@ TEST(MovFormat, MatchesPrintfOnRandomFloatsTiesAndEdges)
         for (int p = 0; p <= 9; ++p) expect_printf_digits(v, p);
 }
 
-TEST(MovFormat, LeavesTheRareFormsToTheGeneralFormatter)
+TEST(FloatFixed, LeavesTheRareFormsToTheGeneralFormatter)
 {
     char buf[64];
     for (float v : {std::numeric_limits<float>::infinity(), std::nanf(""), 3e38f})
