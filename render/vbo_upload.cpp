@@ -25,38 +25,15 @@ long long upload(GLuint& field, const void* data, long long entries)
 // ("vertex_pt", "normal_pt", "color_pt"), each with room for six corners
 // per polygon. On large objects the first touch of a fresh array's pages
 // costs several times the fill itself, hence the huge-page hint.
-long long build_vertex(Movie_Objs& obj)
+template <class T>
+long long build(Movie_Objs& obj, GLuint& field, const char* scratch_name, long long per_poly,
+                long long (*fill)(const Movie_Objs&, T*))
 {
-    float* vertex_pt = nullptr;
-    if (!PFX_MALLOC(vertex_pt, obj.Poly_Nb * kFloatsPerPoly, 4)) return 0;
-    advise_huge(vertex_pt, size_t(obj.Poly_Nb) * kFloatsPerPoly * 4);
-    const long long n = upload(obj.VBO_Vertex, vertex_pt, fill_vertex(obj, vertex_pt));
-    std::free(vertex_pt);
-    return n;
-}
-
-long long build_normal(Movie_Objs& obj, bool flat)
-{
-    float* normal_pt = nullptr;
-    if (!PFX_MALLOC(normal_pt, obj.Poly_Nb * kFloatsPerPoly, 4)) return 0;
-    advise_huge(normal_pt, size_t(obj.Poly_Nb) * kFloatsPerPoly * 4);
-    const long long written = flat ? fill_normal_flat(obj, normal_pt)
-                                   : fill_normal_smooth(obj, normal_pt);
-    const long long n =
-        upload(flat ? obj.VBO_Normal_Flat : obj.VBO_Normal_Smooth, normal_pt, written);
-    std::free(normal_pt);
-    return n;
-}
-
-long long build_color(Movie_Objs& obj, bool flat)
-{
-    uint32_t* color_pt = nullptr;
-    if (!PFX_MALLOC(color_pt, obj.Poly_Nb * kColorsPerPoly, 4)) return 0;
-    advise_huge(color_pt, size_t(obj.Poly_Nb) * kColorsPerPoly * 4);
-    const long long written = flat ? fill_color_flat(obj, color_pt)
-                                   : fill_color_smooth(obj, color_pt);
-    const long long n = upload(flat ? obj.VBO_Color_Flat : obj.VBO_Color_Smooth, color_pt, written);
-    std::free(color_pt);
+    T* scratch = nullptr;
+    if (!PFX_MALLOC_AS(scratch, obj.Poly_Nb * per_poly, 4, scratch_name)) return 0;
+    advise_huge(scratch, size_t(obj.Poly_Nb) * per_poly * 4);
+    const long long n = upload(field, scratch, fill(obj, scratch));
+    std::free(scratch);
     return n;
 }
 
@@ -80,14 +57,15 @@ long long build_buffer(Movie_Objs& obj, Buffer which)
     // nothing to put in a buffer; it asks for no scratch array and gets no
     // buffer name, and the caller marks it for immediate mode.
     if (obj.Poly_Nb <= 0) return 0;
+    GLuint& field = buffer_field(obj, which);
     switch (which) {
-    case Buffer::Vertex: return build_vertex(obj);
-    case Buffer::NormalFlat: return build_normal(obj, true);
-    case Buffer::NormalSmooth: return build_normal(obj, false);
-    case Buffer::ColorFlat: return build_color(obj, true);
+    case Buffer::Vertex: return build(obj, field, "vertex_pt", kFloatsPerPoly, fill_vertex);
+    case Buffer::NormalFlat: return build(obj, field, "normal_pt", kFloatsPerPoly, fill_normal_flat);
+    case Buffer::NormalSmooth: return build(obj, field, "normal_pt", kFloatsPerPoly, fill_normal_smooth);
+    case Buffer::ColorFlat: return build(obj, field, "color_pt", kColorsPerPoly, fill_color_flat);
     case Buffer::ColorSmooth: break;
     }
-    return build_color(obj, false);
+    return build(obj, field, "color_pt", kColorsPerPoly, fill_color_smooth);
 }
 
 } // namespace pfx::render
